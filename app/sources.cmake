@@ -1,0 +1,6 @@
+list(APPEND ZIRK_CORE_SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/ProgramSettings_t.h
+    ${CMAKE_CURRENT_LIST_DIR}/ProgramSettings_t.cpp
+)
+list(APPEND ZIRK_GUI_SOURCES
+)
