@@ -7,4 +7,10 @@ list(APPEND ZIRK_CORE_SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/CCacheDirectory.cpp
     ${CMAKE_CURRENT_LIST_DIR}/CCacheBlocks.h
     ${CMAKE_CURRENT_LIST_DIR}/CCacheBlocks.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CDelegateVPK.h
+    ${CMAKE_CURRENT_LIST_DIR}/CDelegateVPK.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CDelegateNCF.h
+    ${CMAKE_CURRENT_LIST_DIR}/CDelegateNCF.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CDelegateGCF.h
+    ${CMAKE_CURRENT_LIST_DIR}/CDelegateGCF.cpp
 )

@@ -1,0 +1,5 @@
+zirk_add_test(tst_packages_vpk SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/tst_packages_vpk.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/ArchiveFixtures.h
+    ${CMAKE_CURRENT_LIST_DIR}/PackageDelegateTest.h
+    ${CMAKE_CURRENT_LIST_DIR}/PackageDelegateTest.cpp)
