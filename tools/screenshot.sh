@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Starts the workbench under Xvfb, waits for it to settle and saves a
+# screenshot of the screen: tools/screenshot.sh [-o OUT.png] [FILE...]
+set -euo pipefail
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+out="$PWD/screenshot.png"
+if [ "${1:-}" = "-o" ]; then out="$(realpath -m "$2")"; shift 2; fi
+command -v xvfb-run >/dev/null || { echo "xvfb-run is missing: apt-get install xvfb xauth"; exit 1; }
+command -v import >/dev/null || command -v xwd >/dev/null || { echo "needs ImageMagick's import or xwd"; exit 1; }
+bin="${ZIRK_BIN:-$root/build/bin/zirk}"
+[ -x "$bin" ] || bash "$root/tools/build.sh" "$root/build"
+args=()
+for a in "$@"; do args+=("$(realpath "$a")"); done
+xvfb-run -a -s "-screen 0 1280x960x24" bash -c '
+    "$0" "${@:2}" &
+    pid=$!
+    sleep "${ZIRK_SHOT_DELAY:-4}"
+    if command -v import >/dev/null; then import -window root "$1"; else xwd -root -silent | convert xwd:- "$1"; fi
+    kill $pid' "$bin" "$out" "${args[@]}"
+echo "saved $out"
