@@ -5,8 +5,12 @@ set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 out="$PWD/screenshot.png"
 if [ "${1:-}" = "-o" ]; then out="$(realpath -m "$2")"; shift 2; fi
-command -v xvfb-run >/dev/null || { echo "xvfb-run is missing: apt-get install xvfb xauth"; exit 1; }
-command -v import >/dev/null || command -v xwd >/dev/null || { echo "needs ImageMagick's import or xwd"; exit 1; }
+need=()
+command -v xvfb-run >/dev/null || need+=(xvfb xauth)
+command -v import >/dev/null || need+=(imagemagick)
+if [ ${#need[@]} -gt 0 ]; then
+    apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${need[@]}"
+fi
 bin="${ZIRK_BIN:-$root/build/bin/zirk}"
 [ -x "$bin" ] || bash "$root/tools/build.sh" "$root/build"
 args=()
@@ -15,6 +19,6 @@ xvfb-run -a -s "-screen 0 1280x960x24" bash -c '
     "$0" "${@:2}" &
     pid=$!
     sleep "${ZIRK_SHOT_DELAY:-4}"
-    if command -v import >/dev/null; then import -window root "$1"; else xwd -root -silent | convert xwd:- "$1"; fi
+    import -window root "$1"
     kill $pid' "$bin" "$out" "${args[@]}"
 echo "saved $out"
