@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QIcon>
+#include <QString>
+
+class QWidget;
+
+// With both non-null: adjusts the child's size and moves it so that it is centred over the
+// parent, in the parent's own coordinates.
+void UTIL_centerOverWidget(QWidget *child, const QWidget *parent);
+
+// The desktop's icon for files of an extension, through one shared temporary file renamed to
+// carry it. An empty extension or a failed rename gives ":/resources/icons/empty".
+QIcon UTIL_shellIconForExtension(const QString &extension);
+
+// Width of the text in the application's default font.
+int UTIL_getFontWidth(const QString &text);
