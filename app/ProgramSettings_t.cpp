@@ -39,10 +39,10 @@ struct SectionTag
 };
 
 const SectionTag topLevelTags[] = {
-    { "general", Section::General },       { "soundchars", Section::SoundChars },
-    { "shaders", Section::Shaders },       { "parameters", Section::Parameters },
-    { "proxies", Section::Proxies },       { "vbspinfo", Section::VBspInfo },
-    { "vpakfile", Section::VPakfile },     { "vvbsp", Section::VVbsp },
+    { "general", Section::General },   { "soundchars", Section::SoundChars },
+    { "shaders", Section::Shaders },   { "parameters", Section::Parameters },
+    { "proxies", Section::Proxies },   { "vbspinfo", Section::VBspInfo },
+    { "vpakfile", Section::VPakfile }, { "vvbsp", Section::VVbsp },
 };
 
 const SectionTag vbspinfoTags[] = { { "bsplumps", Section::BspLumps } };
@@ -146,13 +146,14 @@ ProgramSettings_t::ProgramSettings_t(const QString &path)
 ProgramSettings_t::~ProgramSettings_t()
 {
     clearLists();
-    for (QStringList *list : { shaderNames, shaderValues, parameterNames, parameterValues,
-                               proxyNames, proxyBodies, proxyExtras, soundChars, soundCharLabels,
-                               bspLumpNumbers, bspLumpLabels, contentDirectories, vmtMaterialKeys,
-                               vmtTextureKeys, studioKeys, materialKeys, spriteKeys, soundKeys,
-                               sceneKeys, particleKeys, specialKeys, specialKeyPatterns, mapFiles,
-                               mapFileCategories, detailOrientations, spriteShapeNames,
-                               spriteShapeValues })
+    for (QStringList *list :
+         { shaderNames,        shaderValues,       parameterNames,   parameterValues,
+           proxyNames,         proxyBodies,        proxyExtras,      soundChars,
+           soundCharLabels,    bspLumpNumbers,     bspLumpLabels,    contentDirectories,
+           vmtMaterialKeys,    vmtTextureKeys,     studioKeys,       materialKeys,
+           spriteKeys,         soundKeys,          sceneKeys,        particleKeys,
+           specialKeys,        specialKeyPatterns, mapFiles,         mapFileCategories,
+           detailOrientations, spriteShapeNames,   spriteShapeValues })
         delete list;
     delete vmtTextureKeyFiles;
     delete particleTemplates;
@@ -160,13 +161,14 @@ ProgramSettings_t::~ProgramSettings_t()
 
 void ProgramSettings_t::clearLists()
 {
-    for (QStringList *list : { shaderNames, shaderValues, parameterNames, parameterValues,
-                               proxyNames, proxyBodies, proxyExtras, soundChars, soundCharLabels,
-                               bspLumpNumbers, bspLumpLabels, contentDirectories, vmtMaterialKeys,
-                               vmtTextureKeys, studioKeys, materialKeys, spriteKeys, soundKeys,
-                               sceneKeys, particleKeys, specialKeys, specialKeyPatterns, mapFiles,
-                               mapFileCategories, detailOrientations, spriteShapeNames,
-                               spriteShapeValues })
+    for (QStringList *list :
+         { shaderNames,        shaderValues,       parameterNames,   parameterValues,
+           proxyNames,         proxyBodies,        proxyExtras,      soundChars,
+           soundCharLabels,    bspLumpNumbers,     bspLumpLabels,    contentDirectories,
+           vmtMaterialKeys,    vmtTextureKeys,     studioKeys,       materialKeys,
+           spriteKeys,         soundKeys,          sceneKeys,        particleKeys,
+           specialKeys,        specialKeyPatterns, mapFiles,         mapFileCategories,
+           detailOrientations, spriteShapeNames,   spriteShapeValues })
         list->clear();
     qDeleteAll(*vmtTextureKeyFiles);
     vmtTextureKeyFiles->clear();

@@ -1,0 +1,199 @@
+// ZIRK, second half: routing of paths to tool windows and the tool factory
+// slots. Tool windows that are not part of this build yet log a line instead.
+#include "app/ZIRK.h"
+
+#include <QFileDialog>
+#include <QFileInfo>
+
+ZIRK::Route ZIRK::routeForPath(const QString &path)
+{
+    const QString suffix = QFileInfo(path).suffix();
+    auto is = [&suffix](const char *name) {
+        return suffix.compare(QLatin1String(name), Qt::CaseInsensitive) == 0;
+    };
+    if (is("bsp") || is("gcf") || is("ncf") || is("vpk"))
+        return RoutePackage;
+    if (is("pcf"))
+        return RouteParticle;
+    if (is("vmt"))
+        return RouteMaterial;
+    if (is("vtf"))
+        return RouteTexture;
+    return RouteNone;
+}
+
+void ZIRK::handleMessage(const QString &message)
+{
+    // The empty message is the probe of a second instance.
+    if (message.isEmpty())
+        return;
+    if (!QFileInfo(message).exists())
+        return;
+    switch (routeForPath(message)) {
+    case RoutePackage:
+        showVPackage(message);
+        break;
+    case RouteParticle:
+        // Particle files are recognised but deliberately not opened from here.
+        break;
+    case RouteMaterial:
+        showVVMT(message);
+        break;
+    case RouteTexture:
+        showVVTF(message);
+        break;
+    case RouteNone:
+        break;
+    }
+}
+
+void ZIRK::logUnavailable(const char *tool)
+{
+    qDebug("%s is not part of this build yet", tool);
+}
+
+void ZIRK::showVPackage()
+{
+    logUnavailable("Package Viewer");
+}
+
+void ZIRK::showVPackage(const QString &)
+{
+    logUnavailable("Package Viewer");
+}
+
+void ZIRK::showVMass()
+{
+    logUnavailable("Mass VMT Editor");
+}
+
+void ZIRK::showVParticle()
+{
+    logUnavailable("Particle Editor");
+}
+
+void ZIRK::showVParticle(const QString &)
+{
+    logUnavailable("Particle Editor");
+}
+
+void ZIRK::showVParticle(CFilePCF *)
+{
+    logUnavailable("Particle Editor");
+}
+
+void ZIRK::showVVBSP()
+{
+    logUnavailable("VBSP Editor");
+}
+
+void ZIRK::showVVBSP(const QString &)
+{
+    logUnavailable("VBSP Editor");
+}
+
+void ZIRK::showVVBSP(CFileVBSP *)
+{
+    logUnavailable("VBSP Editor");
+}
+
+void ZIRK::showVVMT()
+{
+    logUnavailable("VMT Editor");
+}
+
+void ZIRK::showVVMT(const QString &)
+{
+    logUnavailable("VMT Editor");
+}
+
+void ZIRK::showVVMT(const QByteArray &, const QString &)
+{
+    logUnavailable("VMT Editor");
+}
+
+void ZIRK::showVFGD()
+{
+    logUnavailable("FGD Editor");
+}
+
+void ZIRK::showVFGD(CFileFGD *)
+{
+    logUnavailable("FGD Editor");
+}
+
+void ZIRK::showVVTF()
+{
+    logUnavailable("VTF Editor");
+}
+
+void ZIRK::showVVTF(const QString &)
+{
+    logUnavailable("VTF Editor");
+}
+
+void ZIRK::showVVTF(CFileVTF *, const QString &)
+{
+    logUnavailable("VTF Editor");
+}
+
+void ZIRK::showVVTF(CFileVTF *file)
+{
+    showVVTF(file, QString());
+}
+
+void ZIRK::showVTFMass()
+{
+    logUnavailable("Mass VTF Editor");
+}
+
+void ZIRK::showVBSPInfo()
+{
+    const QString path
+        = QFileDialog::getOpenFileName(this, QStringLiteral("Open BSP"), QString(),
+                                       QStringLiteral("Valve Binary Space Partition (*.bsp)"));
+    if (path.isEmpty())
+        return;
+    showVBSPInfo(path);
+}
+
+void ZIRK::showVBSPInfo(const QString &)
+{
+    logUnavailable("BSP Info");
+}
+
+void ZIRK::showVEntity()
+{
+    logUnavailable("Entity Lump Editor");
+}
+
+void ZIRK::showVEntity(const QString &)
+{
+    logUnavailable("Entity Lump Editor");
+}
+
+void ZIRK::showVPakfile()
+{
+    logUnavailable("Pakfile Lump Editor");
+}
+
+void ZIRK::showVPakfile(const QString &)
+{
+    // Deliberately an empty editor, whatever the path.
+    showVPakfile();
+}
+
+void ZIRK::showENTSPY() { }
+
+void ZIRK::showGCFSCAPE() { }
+
+void ZIRK::showPAKRAT() { }
+
+void ZIRK::doDummy1()
+{
+    const QString path = QFileDialog::getOpenFileName(this, QStringLiteral("Load"), QString(),
+                                                      QStringLiteral("Forge Game Data (*.fgd)"));
+    if (path.isEmpty())
+        return;
+    logUnavailable("FGD Editor");
+}

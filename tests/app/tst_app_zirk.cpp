@@ -1,0 +1,306 @@
+#include "app/ZIRK.h"
+
+#include "ZirkTest.h"
+
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QTemporaryDir>
+#include <QTextEdit>
+#include <QTimer>
+#include <QtTest>
+#include <thread>
+
+namespace {
+
+class StubbornTool : public QWidget
+{
+public:
+    bool allowClose = false;
+
+protected:
+    void closeEvent(QCloseEvent *event) override
+    {
+        if (allowClose)
+            event->accept();
+        else
+            event->ignore();
+    }
+};
+
+} // namespace
+
+class TestZirk : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    ZIRK *m_window = nullptr;
+
+    QString outputText() const { return m_window->getOutputText()->toPlainText(); }
+
+    QString touch(const QString &name)
+    {
+        const QString path = m_dir.filePath(name);
+        QFile file(path);
+        file.open(QIODevice::WriteOnly);
+        return path;
+    }
+
+    // Runs the getter while a timer answers the shared dialog.
+    template<typename Getter, typename Answer>
+    auto runDialog(Getter getter, Answer answer)
+    {
+        QTimer::singleShot(0, this, [this, answer] {
+            QFileDialog *dialog = m_window->getFileDialog();
+            QTRY_VERIFY(dialog->isVisible());
+            answer(dialog);
+        });
+        return getter();
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        zirkInitTestResources();
+        QFile settings(m_dir.filePath(QStringLiteral("noitazilait.ini")));
+        QVERIFY(settings.open(QIODevice::WriteOnly));
+        settings.write("[general]\nminimize_output_on_startup:true\n[/general]\n");
+        settings.close();
+        QVERIFY(QDir::setCurrent(m_dir.path()));
+        m_window = ZIRK::get();
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window));
+    }
+
+    void outputStartsWithHeader()
+    {
+        QVERIFY(outputText().startsWith(QStringLiteral("Tolvane Works - Zirk Workbench (")));
+        QVERIFY(outputText().contains(QStringLiteral(")\tALPHA BUILD")));
+        QCOMPARE(m_window->getOutputWindow()->windowTitle().left(6), QStringLiteral("Output"));
+    }
+
+    void menus()
+    {
+        QStringList titles;
+        for (QAction *action : m_window->menuBar()->actions())
+            titles << action->text();
+        QCOMPARE(titles, QStringList({ "File", "Tools", "Help" }));
+        QStringList tools;
+        for (QAction *action : m_window->menuBar()->actions().at(1)->menu()->actions())
+            tools << (action->isSeparator() ? QStringLiteral("-") : action->text());
+        QCOMPARE(tools, QStringList({ "Package Viewer", "-", "Particle Editor", "VBSP Editor", "VMT Editor",
+                                      "Mass VMT Editor", "VTF Editor", "Mass VTF Editor", "-", "BSP Info",
+                                      "Entity Lump Editor", "Pakfile Lump Editor", "-", "Output" }));
+        for (QAction *action : m_window->menuBar()->actions().at(1)->menu()->actions())
+            QVERIFY(action->isSeparator() || !action->icon().isNull());
+    }
+
+    void geometryRule_data()
+    {
+        QTest::addColumn<QSize>("screen");
+        QTest::addColumn<bool>("virtualDesktop");
+        QTest::addColumn<bool>("fixed");
+        QTest::newRow("1280x960") << QSize(1280, 960) << false << true;
+        QTest::newRow("1279x960") << QSize(1279, 960) << false << false;
+        QTest::newRow("1280x959") << QSize(1280, 959) << false << false;
+        QTest::newRow("small virtual") << QSize(800, 600) << true << true;
+    }
+
+    void geometryRule()
+    {
+        QFETCH(QSize, screen);
+        QFETCH(bool, virtualDesktop);
+        QFETCH(bool, fixed);
+        QCOMPARE(ZIRK::useFixedGeometry(screen, virtualDesktop), fixed);
+        QCOMPARE(ZIRK::fixedGeometry().size(), QSize(1024, 576));
+    }
+
+    void routing_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("route");
+        QTest::newRow("upper case map") << "MAP.BSP" << int(ZIRK::RoutePackage);
+        QTest::newRow("vpk") << "pak01_dir.vpk" << int(ZIRK::RoutePackage);
+        QTest::newRow("gcf") << "a.Gcf" << int(ZIRK::RoutePackage);
+        QTest::newRow("ncf") << "dir/b.ncf" << int(ZIRK::RoutePackage);
+        QTest::newRow("particles") << "c.pcf" << int(ZIRK::RouteParticle);
+        QTest::newRow("material") << "b.vmt" << int(ZIRK::RouteMaterial);
+        QTest::newRow("texture") << "a.tar.VTF" << int(ZIRK::RouteTexture);
+        QTest::newRow("text") << "d.txt" << int(ZIRK::RouteNone);
+        QTest::newRow("no suffix") << "vtf" << int(ZIRK::RouteNone);
+        QTest::newRow("option") << "-setCurrent" << int(ZIRK::RouteNone);
+    }
+
+    void routing()
+    {
+        QFETCH(QString, path);
+        QFETCH(int, route);
+        QCOMPARE(int(ZIRK::routeForPath(path)), route);
+    }
+
+    void messagesThatAreIgnored()
+    {
+        const QString before = outputText();
+        m_window->handleMessage(QString());
+        m_window->handleMessage(m_dir.filePath(QStringLiteral("missing.vmt")));
+        m_window->handleMessage(touch(QStringLiteral("c.pcf")));
+        m_window->handleMessage(touch(QStringLiteral("d.txt")));
+        m_window->handleMessage(touch(QStringLiteral("nosuffix")));
+        m_window->handleMessage(m_dir.path());
+        QCOMPARE(outputText(), before);
+        QCOMPARE(m_window->getWorkspace()->subWindowList().size(), 1);
+    }
+
+    void recentFiles()
+    {
+        for (int i = 0; i < 11; ++i)
+            m_window->registerRecentFile(QStringLiteral("file%1").arg(i));
+        QStringList recent = m_window->getRecentFileList();
+        QCOMPARE(recent.size(), 10);
+        QCOMPARE(recent.first(), QStringLiteral("file10"));
+        QVERIFY(!recent.contains(QStringLiteral("file0")));
+        m_window->registerRecentFile(QStringLiteral("file10"));
+        QCOMPARE(m_window->getRecentFileList().count(QStringLiteral("file10")), 2);
+        m_window->registerRecentFile(QString());
+        QCOMPARE(m_window->getRecentFileList().size(), 10);
+    }
+
+    void unseenMessageCount()
+    {
+        QMdiSubWindow *output = m_window->getOutputWindow();
+        output->showMinimized();
+        QTRY_VERIFY(output->isMinimized());
+        qDebug("one");
+        qWarning("two");
+        qCritical("three");
+        QCOMPARE(m_window->getMessageCount(), 3);
+        QCOMPARE(output->windowTitle(), QStringLiteral("Output (3)"));
+        QVERIFY(outputText().endsWith(QStringLiteral("Debug: one\nWarning: two\nCritical: three")));
+        output->showNormal();
+        QCOMPARE(m_window->getMessageCount(), 0);
+        QCOMPARE(output->windowTitle(), QStringLiteral("Output"));
+        // Seen messages are not counted.
+        qDebug("four");
+        QCOMPARE(m_window->getMessageCount(), 0);
+        QCOMPARE(output->windowTitle(), QStringLiteral("Output"));
+    }
+
+    void messagesFromOtherThreads()
+    {
+        std::thread worker([] { qWarning("from a worker"); });
+        worker.join();
+        QTRY_VERIFY(outputText().endsWith(QStringLiteral("Warning: from a worker")));
+    }
+
+    void showOutputCycle()
+    {
+        QMdiSubWindow *output = m_window->getOutputWindow();
+        QWidget *other = new QWidget;
+        other->setWindowTitle(QStringLiteral("Other"));
+        QMdiSubWindow *otherWindow = m_window->addWidgetToWorkspace(other);
+        QVERIFY(otherWindow);
+        m_window->getWorkspace()->setActiveSubWindow(otherWindow);
+
+        output->hide();
+        m_window->showOUTPUT();
+        QVERIFY(output->isVisible());
+        QVERIFY(output->isMinimized());
+        m_window->showOUTPUT();
+        QVERIFY(!output->isMinimized());
+        m_window->getWorkspace()->setActiveSubWindow(otherWindow);
+        m_window->showOUTPUT();
+        QCOMPARE(m_window->getWorkspace()->activeSubWindow(), output);
+        m_window->showOUTPUT();
+        QVERIFY(output->isHidden());
+        m_window->showOUTPUT();
+        QVERIFY(output->isMinimized());
+        m_window->showOUTPUT();
+        otherWindow->close();
+    }
+
+    void filterExtension_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("filter");
+        QTest::addColumn<QString>("result");
+        QTest::newRow("appended") << "/t/foo" << "Valve Texture Format (*.vtf)" << "/t/foo.vtf";
+        QTest::newRow("present") << "/t/foo.VTF" << "Valve Texture Format (*.vtf)" << "/t/foo.VTF";
+        QTest::newRow("no dot looked for") << "/t/foovtf" << "Valve Texture Format (*.vtf)" << "/t/foovtf";
+        QTest::newRow("no extension in filter") << "/t/foo" << "All files (*)" << "/t/foo";
+        QTest::newRow("first of several") << "/t/foo" << "Images (*.png *.jpg)" << "/t/foo.png";
+    }
+
+    void filterExtension()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, filter);
+        QFETCH(QString, result);
+        QCOMPARE(ZIRK::applyFilterExtension(path, filter), result);
+    }
+
+    void getAnyFileAppendsExtension()
+    {
+        m_window->configureFileDialog(m_window, QStringLiteral("Save"),
+                                      QStringLiteral("Valve Texture Format (*.vtf);;;;All files (*)"), m_dir.path());
+        QCOMPARE(m_window->getFileDialog()->nameFilters().size(), 2);
+        QCOMPARE(m_window->getFileDialog()->windowTitle(), QStringLiteral("Save"));
+        const QString path = runDialog([this] { return m_window->getAnyFile(); },
+                                       [](QFileDialog *dialog) {
+                                           dialog->selectFile(QStringLiteral("saved"));
+                                           dialog->accept();
+                                       });
+        QCOMPARE(path, QDir(m_dir.path()).filePath(QStringLiteral("saved.vtf")));
+    }
+
+    void cancelledGettersGiveNothing()
+    {
+        m_window->configureFileDialog(nullptr, QStringLiteral("Open"), QString(), m_dir.path());
+        auto reject = [](QFileDialog *dialog) { dialog->reject(); };
+        QCOMPARE(runDialog([this] { return m_window->getExistingFile(); }, reject), QString());
+        QCOMPARE(runDialog([this] { return m_window->getExistingFiles(); }, reject), QStringList());
+        QCOMPARE(runDialog([this] { return m_window->getDirectory(true); }, reject), QString());
+        QCOMPARE(runDialog([this] { return m_window->getAnyFile(); }, reject), QString());
+    }
+
+    void dialogSurvivesItsParent()
+    {
+        QWidget *tool = new QWidget;
+        m_window->configureFileDialog(tool, QStringLiteral("Open"), QString(), m_dir.path());
+        delete tool;
+        m_window->configureFileDialog(m_window, QStringLiteral("Again"), QString(), m_dir.path());
+        QVERIFY(m_window->getFileDialog());
+        QCOMPARE(m_window->getFileDialog()->windowTitle(), QStringLiteral("Again"));
+    }
+
+    void toolWindowRefusingToClose()
+    {
+        const QString temporary = touch(QStringLiteral("extracted.vtf"));
+        m_window->registerTemporaryFile(temporary);
+        m_window->registerTemporaryFile(QString());
+        QCOMPARE(m_window->getTemporaryFileList(), QStringList({ temporary }));
+
+        auto *stubborn = new StubbornTool;
+        QPointer<QMdiSubWindow> window = m_window->addWidgetToWorkspace(stubborn);
+        QVERIFY(window);
+        QVERIFY(window->testAttribute(Qt::WA_DeleteOnClose));
+
+        QVERIFY(!m_window->close());
+        QVERIFY(m_window->isVisible());
+        QVERIFY(QFile::exists(temporary));
+        QVERIFY(window);
+
+        stubborn->allowClose = true;
+        QVERIFY(m_window->close());
+        QVERIFY(!QFile::exists(temporary));
+        QTRY_VERIFY(!window);
+        // The Output window is never closed by the main window.
+        QVERIFY(m_window->getOutputWindow());
+    }
+};
+
+QTEST_MAIN(TestZirk)
+#include "tst_app_zirk.moc"
