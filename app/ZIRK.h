@@ -2,7 +2,9 @@
 
 #include "util/QIconProvider.h"
 
+#include <QFileDialog>
 #include <QMainWindow>
+#include <QMdiSubWindow>
 #include <QPointer>
 #include <QStringList>
 
@@ -12,9 +14,7 @@ class CFileFGD;
 class CFileVTF;
 class QAction;
 class QFile;
-class QFileDialog;
 class QMdiArea;
-class QMdiSubWindow;
 class QMenu;
 class QTextEdit;
 class QTextStream;

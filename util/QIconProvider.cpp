@@ -4,9 +4,10 @@
 #include <QTemporaryFile>
 
 QIconProvider::QIconProvider()
-    : defaultIcon(provider.icon(QFileIconProvider::File))
-    , defaultType(QStringLiteral("FILE"))
+    : defaultType(QStringLiteral("FILE"))
 {
+    // The provider is declared after the default icon, so it is asked only here.
+    defaultIcon = provider.icon(QFileIconProvider::File);
     info.setCaching(false);
 }
 

@@ -172,6 +172,9 @@ private Q_SLOTS:
     void unseenMessageCount()
     {
         QMdiSubWindow *output = m_window->getOutputWindow();
+        // The settings minimize the Output at start; restoring it shows what was missed.
+        output->showNormal();
+        QCOMPARE(m_window->getMessageCount(), 0);
         output->showMinimized();
         QTRY_VERIFY(output->isMinimized());
         qDebug("one");
@@ -251,7 +254,7 @@ private Q_SLOTS:
         const QString path = runDialog([this] { return m_window->getAnyFile(); },
                                        [](QFileDialog *dialog) {
                                            dialog->selectFile(QStringLiteral("saved"));
-                                           dialog->accept();
+                                           static_cast<QDialog *>(dialog)->accept();
                                        });
         QCOMPARE(path, QDir(m_dir.path()).filePath(QStringLiteral("saved.vtf")));
     }
