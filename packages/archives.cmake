@@ -14,3 +14,19 @@ list(APPEND ZIRK_CORE_SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/CDelegateGCF.h
     ${CMAKE_CURRENT_LIST_DIR}/CDelegateGCF.cpp
 )
+list(APPEND ZIRK_GUI_SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/QDelayedMimeData.h
+    ${CMAKE_CURRENT_LIST_DIR}/QDelayedMimeData.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/VPackageTreeWidgetItem.h
+    ${CMAKE_CURRENT_LIST_DIR}/VPackageTreeWidgetItem.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/VPackageTableWidgetItem.h
+    ${CMAKE_CURRENT_LIST_DIR}/VPackageTableWidgetItem.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/VPackageTableWidget.h
+    ${CMAKE_CURRENT_LIST_DIR}/VPackageTableWidget.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/VPackagePropertiesDialog.h
+    ${CMAKE_CURRENT_LIST_DIR}/VPackagePropertiesDialog.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/VPackageExtractor.h
+    ${CMAKE_CURRENT_LIST_DIR}/VPackageExtractor.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/VPackage.h
+    ${CMAKE_CURRENT_LIST_DIR}/VPackage.cpp
+)

@@ -1,0 +1,637 @@
+#include "packages/VPackage.h"
+
+#include "app/ProgramSettings_t.h"
+#include "app/ZIRK.h"
+#include "packages/CDelegateGCF.h"
+#include "packages/CDelegateNCF.h"
+#include "packages/CDelegateVPK.h"
+#include "packages/CPackageHierarchyNode.h"
+#include "packages/QDelayedMimeData.h"
+#include "packages/VPackageExtractor.h"
+#include "packages/VPackagePropertiesDialog.h"
+#include "packages/VPackageTableWidget.h"
+#include "packages/VPackageTableWidgetItem.h"
+#include "packages/VPackageTreeWidgetItem.h"
+#include "util/QIconProvider.h"
+#include "util/QProgressDialogger.h"
+#include "util/QSearchDialog.h"
+#include "util/UtilPath.h"
+#include "util/UtilWidgets.h"
+
+#include <QAction>
+#include <QDir>
+#include <QFile>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QProgressDialog>
+#include <QRegExp>
+#include <QSplitter>
+#include <QToolBar>
+#include <QTreeWidget>
+#include <QTreeWidgetItemIterator>
+#include <QVBoxLayout>
+#include <QtDebug>
+
+#include <cstdlib>
+
+// The map and texture readers live in other parts of the program; the viewer
+// takes them in when they are part of the build.
+#if __has_include("packages/CDelegateBSP.h")
+#include "packages/CDelegateBSP.h"
+#define ZIRK_VIEWER_HAS_BSP 1
+#endif
+#if __has_include("textures/CFileVTF.h")
+#include "textures/CFileVTF.h"
+#define ZIRK_VIEWER_HAS_VTF 1
+#endif
+
+VPackage::VPackage(const QString &fileToOpen, QWidget *parent)
+    : QWidget(parent)
+{
+    setWindowTitle(QStringLiteral("Package Viewer"));
+    setWindowIcon(QIcon(QStringLiteral(":/resources/icons/package_magnify")));
+
+    toolBar = new QToolBar(QStringLiteral("Toolbar"), this);
+    actionOpen = toolBar->addAction(QIcon(QStringLiteral(":/resources/icons/folder")),
+                                    QStringLiteral("Open..."));
+    toolBar->addSeparator();
+    actionBack = toolBar->addAction(QIcon(QStringLiteral(":/resources/icons/arrow_left")),
+                                    QStringLiteral("Back"));
+    actionForward = toolBar->addAction(QIcon(QStringLiteral(":/resources/icons/arrow_right")),
+                                       QStringLiteral("Forward"));
+    actionUp = toolBar->addAction(QIcon(QStringLiteral(":/resources/icons/arrow_up")),
+                                  QStringLiteral("Up"));
+    toolBar->addSeparator();
+    actionSearch = toolBar->addAction(QIcon(QStringLiteral(":/resources/icons/magnifier")),
+                                      QStringLiteral("Search"));
+
+    auto *pathLabel = new QLabel(QStringLiteral("Path:"), this);
+    pathLine = new QLineEdit(this);
+    pathLine->setReadOnly(true);
+    pathLine->setObjectName(QStringLiteral("pathLine"));
+
+    tree = new QTreeWidget(this);
+    tree->setObjectName(QStringLiteral("packageTree"));
+    tree->setColumnCount(1);
+    tree->setHeaderHidden(true);
+    tree->setMinimumWidth(200);
+    tree->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    tree->setSelectionMode(QAbstractItemView::SingleSelection);
+    tree->setSortingEnabled(false);
+    tree->setContextMenuPolicy(Qt::CustomContextMenu);
+    tree->setUniformRowHeights(true);
+
+    table = new VPackageTableWidget(this);
+    table->setObjectName(QStringLiteral("packageTable"));
+
+    auto *splitter = new QSplitter(Qt::Horizontal, this);
+    splitter->addWidget(tree);
+    splitter->addWidget(table);
+    splitter->setStretchFactor(0, 1);
+    splitter->setStretchFactor(1, 2);
+
+    auto *pathRow = new QHBoxLayout();
+    pathRow->addWidget(pathLabel);
+    pathRow->addWidget(pathLine);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(3, 3, 3, 3);
+    layout->addWidget(toolBar);
+    layout->addLayout(pathRow);
+    layout->addWidget(splitter, 1);
+
+    searchDialog = new QSearchDialog(this);
+    propertiesDialog = new VPackagePropertiesDialog(this);
+
+    connect(actionOpen, &QAction::triggered, this, qOverload<>(&VPackage::fileOpen));
+    connect(actionBack, &QAction::triggered, this, &VPackage::navigateBack);
+    connect(actionForward, &QAction::triggered, this, &VPackage::navigateForward);
+    connect(actionUp, &QAction::triggered, this, &VPackage::navigateUp);
+    connect(actionSearch, &QAction::triggered, this, &VPackage::packageSearch);
+    connect(tree, &QTreeWidget::itemExpanded, this, &VPackage::treeItemExpanded);
+    connect(tree, &QTreeWidget::currentItemChanged, this, &VPackage::treeCurrentItemChanged);
+    connect(tree, &QWidget::customContextMenuRequested, this, &VPackage::treeContextMenu);
+    connect(table, &QWidget::customContextMenuRequested, this, &VPackage::tableContextMenu);
+    connect(table, &QTableWidget::itemDoubleClicked, this, &VPackage::tableItemDoubleClicked);
+    connect(table, &VPackageTableWidget::mouseReleasePoint, this, &VPackage::dragReleasePoint);
+
+    setClosedState();
+    if (!fileToOpen.isEmpty())
+        fileOpen(fileToOpen);
+}
+
+VPackage::~VPackage()
+{
+    // Items point at the delegate's nodes: they go first.
+    table->setRowCount(0);
+    tree->clear();
+    delete delegate;
+}
+
+QAction *VPackage::getAction(const QString &text) const
+{
+    for (QAction *action : toolBar->actions()) {
+        if (action->text() == text)
+            return action;
+    }
+    return nullptr;
+}
+
+void VPackage::setClosedState()
+{
+    actionSearch->setEnabled(false);
+    actionBack->setEnabled(false);
+    actionForward->setEnabled(false);
+    actionUp->setEnabled(false);
+    pathLine->setEnabled(false);
+    pathLine->setText(QStringLiteral("..."));
+    tree->setEnabled(false);
+    table->setEnabled(false);
+}
+
+void VPackage::clearView()
+{
+    table->setRowCount(0);
+    // Clearing fires current-item changes: none of them is history.
+    historyMove = true;
+    tree->clear();
+    historyMove = false;
+    backStack.clear();
+    forwardStack.clear();
+    currentItem = nullptr;
+    contextTableItem = nullptr;
+}
+
+void VPackage::fileOpen()
+{
+    ZIRK *zirk = ZIRK::get();
+    zirk->configureFileDialog(this, QStringLiteral("Open Package"),
+                              QStringLiteral("All Supported Packages (*.bsp *.gcf *.ncf *.vpk);;"
+                                             "Valve Binary Space Partition (*.bsp);;"
+                                             "Game Cache File (*.gcf);;No Cache File (*.ncf);;"
+                                             "Valve Package File (*.vpk)"),
+                              QString());
+    fileOpen(zirk->getExistingFile());
+}
+
+void VPackage::fileOpen(const QString &path)
+{
+    if (path.isEmpty())
+        return;
+    if (delegate && delegate->getPackageType() != 0) {
+        ZIRK::get()->showVPackage(path);
+        return;
+    }
+    clearView();
+    delete delegate;
+    delegate = nullptr;
+
+    const QString suffix = UTIL_getFileExtension(path, true);
+#ifdef ZIRK_VIEWER_HAS_BSP
+    if (suffix == QLatin1String("bsp"))
+        delegate = new CDelegateBSP();
+#endif
+    if (suffix == QLatin1String("gcf"))
+        delegate = new CDelegateGCF();
+    else if (suffix == QLatin1String("ncf"))
+        delegate = new CDelegateNCF();
+    else if (suffix == QLatin1String("vpk"))
+        delegate = new CDelegateVPK();
+    if (!delegate) {
+        setClosedState();
+        return;
+    }
+    if (!delegate->openPackage(path, true)) {
+        QMessageBox::warning(this, QStringLiteral("Package Viewer"), delegate->getLastError());
+        // A package that did not open is replaced by the next one in this window.
+        delete delegate;
+        delegate = nullptr;
+        return;
+    }
+
+    CPackageHierarchyNode *root = delegate->getRootDirectoryNode();
+    if (root)
+        addNodeToTree(root, tree->invisibleRootItem());
+    tree->setEnabled(true);
+    table->setEnabled(true);
+    pathLine->setEnabled(true);
+    pathLine->setText(root ? QString(*root) : QStringLiteral("..."));
+    actionSearch->setEnabled(true);
+    tree->expandItem(tree->invisibleRootItem());
+    for (int i = 0; i < tree->topLevelItemCount(); ++i)
+        tree->expandItem(tree->topLevelItem(i));
+    if (tree->topLevelItemCount() > 0)
+        tree->setCurrentItem(tree->topLevelItem(0));
+    setWindowTitle(delegate->getPackageName());
+}
+
+void VPackage::addNodeToTree(CPackageHierarchyNode *node, QTreeWidgetItem *parent)
+{
+    if (!node || !parent)
+        return;
+    // Built apart from the view and hooked in at once; walked without recursion,
+    // since a hostile directory may nest as deep as it has entries.
+    auto *top = new VPackageTreeWidgetItem(node);
+    QList<VPackageTreeWidgetItem *> pending { top };
+    while (!pending.isEmpty()) {
+        VPackageTreeWidgetItem *item = pending.takeLast();
+        const unsigned int count = item->node->getChildCount();
+        if (count == 0)
+            continue;
+        QList<QTreeWidgetItem *> kids;
+        kids.reserve(qsizetype(count));
+        for (unsigned int i = 0; i < count; ++i) {
+            auto *kid = new VPackageTreeWidgetItem(item->node->getNodeByIndex(i));
+            kids.append(kid);
+            if (kid->node && kid->node->isBranch())
+                pending.append(kid);
+        }
+        item->addChildren(kids);
+    }
+    parent->addChild(top);
+}
+
+void VPackage::updateTreeItemIcon(VPackageTreeWidgetItem *item)
+{
+    if (!item || item->iconSet || !item->node)
+        return;
+    if (item->node->isBranch())
+        item->setIcon(0, QIcon(QStringLiteral(":/resources/icons/folder")));
+    else
+        item->setIcon(0,
+                      ZIRK::get()->getIconProvider().getShellIconForExtension(
+                          UTIL_getFileExtension(*item->node, false)));
+    item->iconSet = true;
+}
+
+void VPackage::treeItemExpanded(QTreeWidgetItem *item)
+{
+    if (!item)
+        return;
+    for (int i = 0; i < item->childCount(); ++i)
+        updateTreeItemIcon(static_cast<VPackageTreeWidgetItem *>(item->child(i)));
+    tree->resizeColumnToContents(0);
+}
+
+void VPackage::treeCurrentItemChanged(QTreeWidgetItem *item, QTreeWidgetItem *previous)
+{
+    backStack.append(previous);
+    actionBack->setEnabled(true);
+    ++currentChanges;
+    if (!item) {
+        currentItem = nullptr;
+        return;
+    }
+    auto *packageItem = static_cast<VPackageTreeWidgetItem *>(item);
+    const bool isDirectory = packageItem->node && packageItem->node->isBranch();
+    if (isDirectory)
+        currentItem = packageItem;
+    if (!historyMove) {
+        forwardStack.clear();
+        actionForward->setEnabled(false);
+    }
+    treeItemExpanded(item);
+    if (!isDirectory)
+        return;
+
+    actionUp->setEnabled(item->parent() != nullptr);
+    const CPackageHierarchyNode *node = packageItem->node;
+    pathLine->setText(node->getParent() ? QStringLiteral(".../") + node->getPath(true)
+                                        : QStringLiteral("..."));
+    table->setRowCount(0);
+    table->setUpdatesEnabled(false);
+    for (int i = 0; i < item->childCount(); ++i)
+        appendTableRow(static_cast<VPackageTreeWidgetItem *>(item->child(i)));
+    table->setUpdatesEnabled(true);
+}
+
+void VPackage::appendTableRow(VPackageTreeWidgetItem *item)
+{
+    if (!item || !item->node)
+        return;
+    updateTreeItemIcon(item);
+    const int row = table->rowCount();
+    table->insertRow(row);
+    table->setRowHeight(row, 17);
+    auto *name = new VPackageTableWidgetItem(*item->node, item);
+    name->setIcon(item->icon(0));
+    table->setItem(row, 0, name);
+    QString size;
+    if (item->node->isBranch())
+        size = QStringLiteral("%1 Item(s)").arg(item->childCount());
+    else
+        size = QString::number(delegate ? delegate->getFileSizeByNode(item->node) : 0);
+    table->setItem(row, 1, new VPackageTableWidgetItem(size));
+}
+
+void VPackage::addTableEntry(VPackageTreeWidgetItem *item)
+{
+    appendTableRow(item);
+}
+
+void VPackage::navigateBack()
+{
+    if (backStack.isEmpty())
+        return;
+    historyMove = true;
+    forwardStack.append(currentItem);
+    QTreeWidgetItem *target = backStack.takeLast();
+    const int before = currentChanges;
+    tree->setCurrentItem(target);
+    // The change pushed the item we left: that is not a step back.
+    if (currentChanges != before && !backStack.isEmpty())
+        backStack.removeLast();
+    historyMove = false;
+    actionForward->setEnabled(true);
+    actionBack->setEnabled(!backStack.isEmpty());
+}
+
+void VPackage::navigateForward()
+{
+    if (forwardStack.isEmpty())
+        return;
+    historyMove = true;
+    backStack.append(currentItem);
+    QTreeWidgetItem *target = forwardStack.takeLast();
+    const int before = currentChanges;
+    tree->setCurrentItem(target);
+    if (currentChanges != before && !backStack.isEmpty())
+        backStack.removeLast();
+    historyMove = false;
+    actionBack->setEnabled(true);
+    actionForward->setEnabled(!forwardStack.isEmpty());
+}
+
+void VPackage::navigateUp()
+{
+    if (currentItem && currentItem->parent())
+        tree->setCurrentItem(currentItem->parent());
+}
+
+void VPackage::packageSearch()
+{
+    if (!delegate)
+        return;
+    UTIL_centerOverWidget(searchDialog, this);
+    if (searchDialog->exec() != QDialog::Accepted)
+        return;
+    const QString query = searchDialog->getQuery();
+    if (query.isEmpty())
+        return;
+    const Qt::CaseSensitivity cs
+        = searchDialog->isCaseSensitive() ? Qt::CaseSensitive : Qt::CaseInsensitive;
+    const int mode = searchDialog->getSearchMode();
+    const QRegExp wildcard(query, cs, QRegExp::Wildcard);
+    const QRegExp pattern(query, cs);
+
+    table->setRowCount(0);
+    table->setUpdatesEnabled(false);
+    for (QTreeWidgetItemIterator it(tree); *it; ++it) {
+        const QString name = (*it)->text(0);
+        bool match = false;
+        switch (mode) {
+        case 0:
+            match = name.indexOf(query, 0, cs) != -1;
+            break;
+        case 1:
+            match = QString::compare(name, query, cs) == 0;
+            break;
+        case 2:
+            match = wildcard.indexIn(name) != -1;
+            break;
+        case 3:
+            match = pattern.indexIn(name) != -1;
+            break;
+        default:
+            table->setUpdatesEnabled(true);
+            return;
+        }
+        if (match)
+            addTableEntry(static_cast<VPackageTreeWidgetItem *>(*it));
+    }
+    table->setUpdatesEnabled(true);
+}
+
+VPackageTreeWidgetItem *VPackage::treeItemOfRow(int row) const
+{
+    auto *name = dynamic_cast<VPackageTableWidgetItem *>(table->item(row, 0));
+    return name ? name->treeItem : nullptr;
+}
+
+void VPackage::tableItemDoubleClicked(QTableWidgetItem *item)
+{
+    if (!item || item->tableWidget() != table || !delegate)
+        return;
+    VPackageTreeWidgetItem *treeItem = treeItemOfRow(item->row());
+    if (!treeItem || !treeItem->node)
+        return;
+    if (treeItem->node->isBranch()) {
+        tree->setCurrentItem(treeItem);
+        tree->scrollToItem(treeItem);
+        return;
+    }
+    openEntry(treeItem);
+}
+
+void VPackage::openEntry(VPackageTreeWidgetItem *item)
+{
+    CPackageHierarchyNode *node = item->node;
+    const QString name = *node;
+    if (name.endsWith(QLatin1String(".vmt"), Qt::CaseInsensitive)) {
+        QByteArray *data = delegate->getFileByNode(node);
+        if (!data) {
+            qWarning() << delegate->getLastError();
+            return;
+        }
+        ZIRK::get()->showVVMT(*data, name.left(name.size() - 4));
+        delete data;
+        return;
+    }
+    if (name.endsWith(QLatin1String(".vtf"), Qt::CaseInsensitive)) {
+        QByteArray *data = delegate->getFileByNode(node);
+        if (!data) {
+            qWarning() << delegate->getLastError();
+            return;
+        }
+#ifdef ZIRK_VIEWER_HAS_VTF
+        CFileVTF *vtf = IFileClass<CFileVTF>::createFromData(*data);
+        if (vtf)
+            ZIRK::get()->showVVTF(vtf, name.left(name.size() - 4));
+#else
+        qDebug("The VTF reader is not part of this build yet");
+#endif
+        delete data;
+        return;
+    }
+
+    const QString path = QDir::tempPath() + QLatin1Char('/') + name;
+    QProgressDialog progress(QStringLiteral("Processing..."), QString(), 0, 0, this);
+    progress.setMinimumWidth(400);
+    progress.setWindowModality(Qt::WindowModal);
+    progress.setCancelButton(nullptr);
+    progress.setMinimumDuration(500);
+    progress.setWindowTitle(windowTitle());
+    QFile out(path);
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        qWarning() << "Unable to open" << path;
+        return;
+    }
+    const bool written = delegate->getFileByNode(&out, node);
+    out.close();
+    progress.close();
+    if (!written) {
+        qWarning() << delegate->getLastError();
+        out.remove();
+        return;
+    }
+    // The name comes from the package: quote it so the shell takes it as one word.
+    QString quoted = path;
+    quoted.replace(QLatin1String("'"), QLatin1String("'\\''"));
+    QString command = ProgramSettings_t::get()->linuxCommandRun;
+    command.replace(QLatin1Char('*'), QLatin1Char('\'') + quoted + QLatin1Char('\''));
+    if (std::system(command.toLocal8Bit().constData()) != 0)
+        qDebug() << "Command returned an error:" << command;
+    ZIRK::get()->registerTemporaryFile(path);
+}
+
+void VPackage::treeContextMenu(const QPoint &point)
+{
+    QTreeWidgetItem *item = tree->itemAt(point);
+    if (!item || !delegate)
+        return;
+    tree->setCurrentItem(item);
+    QMenu menu(this);
+    menu.addAction(QIcon(QStringLiteral(":/resources/icons/database_go.png")),
+                   QStringLiteral("Extract"), this, &VPackage::treeContextExtract);
+    menu.addAction(QIcon(QStringLiteral(":/resources/icons/report.png")),
+                   QStringLiteral("Properties"), this, &VPackage::treeContextProperties);
+    if (!item->parent()) {
+        menu.addSeparator();
+        menu.addAction(QIcon(QStringLiteral(":/resources/icons/defrag.png")),
+                       QStringLiteral("Defragment"), this, &VPackage::packageContextDefragment);
+    }
+    menu.exec(tree->viewport()->mapToGlobal(point));
+}
+
+void VPackage::tableContextMenu(const QPoint &point)
+{
+    QTableWidgetItem *item = table->itemAt(point);
+    if (!item || !delegate)
+        return;
+    contextTableItem = dynamic_cast<VPackageTableWidgetItem *>(table->item(item->row(), 0));
+    QMenu menu(this);
+    menu.addAction(QIcon(QStringLiteral(":/resources/icons/database_go.png")),
+                   QStringLiteral("Extract"), this, &VPackage::tableContextExtract);
+    menu.addAction(QIcon(QStringLiteral(":/resources/icons/report.png")),
+                   QStringLiteral("Properties"), this, &VPackage::tableContextProperties);
+    menu.exec(table->viewport()->mapToGlobal(point));
+}
+
+void VPackage::treeContextProperties()
+{
+    auto *item = static_cast<VPackageTreeWidgetItem *>(tree->currentItem());
+    if (item && item->node)
+        showPropertiesDialogForNode(item->node);
+}
+
+void VPackage::tableContextProperties()
+{
+    if (contextTableItem && contextTableItem->treeItem && contextTableItem->treeItem->node)
+        showPropertiesDialogForNode(contextTableItem->treeItem->node);
+}
+
+void VPackage::packageContextCopy() { }
+
+void VPackage::packageContextDefragment() { }
+
+void VPackage::writeSelectedTableItems(QList<QUrl> *) { }
+
+void VPackage::delayedDataRequested(QDelayedMimeData *, const QString &) { }
+
+void VPackage::dragReleasePoint(QPoint) { }
+
+void VPackage::showPropertiesDialogForNode(const CPackageHierarchyNode *node)
+{
+    if (!node || !delegate)
+        return;
+    propertiesDialog->setRows(VPackagePropertiesDialog::rowsForNode(delegate, node));
+    UTIL_centerOverWidget(propertiesDialog, this);
+    propertiesDialog->exec();
+}
+
+QString VPackage::getRelativePathForItem(const QTreeWidgetItem *item) const
+{
+    if (!item)
+        return QString();
+    QStringList parts;
+    const QTreeWidgetItem *top = item;
+    for (; top->parent(); top = top->parent())
+        parts.prepend(top->text(0));
+    if (top == item || top->text(0) != QLatin1String("root"))
+        parts.prepend(top->text(0));
+    return parts.join(QLatin1Char('/'));
+}
+
+void VPackage::treeContextExtract()
+{
+    auto *item = static_cast<VPackageTreeWidgetItem *>(tree->currentItem());
+    if (!item)
+        return;
+    VPackageTableWidgetItem carrier(item->text(0), item);
+    packageContextExtract({ &carrier });
+}
+
+void VPackage::tableContextExtract()
+{
+    QList<VPackageTableWidgetItem *> items;
+    QList<int> rows;
+    for (QTableWidgetItem *selected : table->selectedItems()) {
+        if (rows.contains(selected->row()))
+            continue;
+        rows.append(selected->row());
+        if (auto *name = dynamic_cast<VPackageTableWidgetItem *>(table->item(selected->row(), 0)))
+            items.append(name);
+    }
+    packageContextExtract(items);
+}
+
+void VPackage::packageContextExtract(QList<VPackageTableWidgetItem *> items)
+{
+    if (items.isEmpty() || !delegate)
+        return;
+    ZIRK *zirk = ZIRK::get();
+    zirk->configureFileDialog(this, QStringLiteral("Select Directory"), QString(), QString());
+    QString target = zirk->getDirectory(true);
+    if (target.isEmpty())
+        return;
+    UTIL_trimFilePath(target);
+    // A path from the root lost its leading separator to the trim.
+    if (!QDir::isAbsolutePath(target))
+        target.prepend(QLatin1Char('/'));
+
+    auto *dialog = new QProgressDialogger(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QDialog::finished, dialog, &QObject::deleteLater);
+    dialog->setLabelText(QStringLiteral("Preprocessing..."));
+    dialog->setModal(true);
+    UTIL_centerOverWidget(dialog, this);
+    dialog->show();
+
+    QList<VPackageTreeWidgetItem *> treeItems;
+    for (const VPackageTableWidgetItem *item : items) {
+        if (!item)
+            continue;
+        if (!item->treeItem) {
+            dialog->logMessage(
+                QStringLiteral("Table item \"%1\" does not have an associated tree item.")
+                    .arg(item->text()),
+                true);
+            continue;
+        }
+        treeItems.append(item->treeItem);
+    }
+    VPackageExtractor(delegate, dialog).extract(treeItems, target);
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QTableWidget>
+
+// The Package Viewer's table; tells where a mouse button was released, which
+// is where a drag out of the window would end.
+class VPackageTableWidget : public QTableWidget
+{
+    Q_OBJECT
+public:
+    explicit VPackageTableWidget(QWidget *parent = nullptr);
+
+signals:
+    void mouseReleasePoint(QPoint point);
+
+protected:
+    void mouseReleaseEvent(QMouseEvent *event) override;
+};

@@ -1,0 +1,7 @@
+#include "packages/VPackageTableWidgetItem.h"
+
+VPackageTableWidgetItem::VPackageTableWidgetItem(const QString &text,
+                                                 VPackageTreeWidgetItem *treeItem)
+    : QTableWidgetItem(text, QTableWidgetItem::UserType)
+    , treeItem(treeItem)
+{ }
