@@ -1,5 +1,6 @@
 // Opening a VPK directory of 200,000 entries spread over 2,000 directories.
 
+#include "LargeVpk.h"
 #include "packages/CDelegateVPK.h"
 
 #include <QByteArray>
@@ -11,59 +12,7 @@
 
 namespace {
 
-void putU16(QByteArray &out, quint16 value)
-{
-    char raw[2];
-    qToLittleEndian(value, raw);
-    out.append(raw, 2);
-}
-
-void putU32(QByteArray &out, quint32 value)
-{
-    char raw[4];
-    qToLittleEndian(value, raw);
-    out.append(raw, 4);
-}
-
-void putString(QByteArray &out, const QByteArray &text)
-{
-    out.append(text);
-    out.append('\0');
-}
-
-// Two extensions, 2,000 directories two levels deep, 50 files of each
-// extension in each directory: 200,000 entries.
-QByteArray makeDirectory(int directories, int filesPerExtension)
-{
-    QByteArray tree;
-    const char *extensions[] = { "vmt", "vtf" };
-    for (const char *extension : extensions) {
-        putString(tree, extension);
-        for (int d = 0; d < directories; ++d) {
-            putString(tree,
-                      QByteArray("materials/group") + QByteArray::number(d / 50) + "/set"
-                          + QByteArray::number(d));
-            for (int f = 0; f < filesPerExtension; ++f) {
-                putString(tree, QByteArray("texture_") + QByteArray::number(f));
-                putU32(tree, 0x12345678);
-                putU16(tree, 0);
-                putU16(tree, quint16(d % 20));
-                putU32(tree, quint32(f * 1024));
-                putU32(tree, 1024);
-                putU16(tree, 0xFFFF);
-            }
-            putString(tree, QByteArray());
-        }
-        putString(tree, QByteArray());
-    }
-    putString(tree, QByteArray());
-    QByteArray out;
-    putU32(out, 0x55AA1234);
-    putU32(out, 1);
-    putU32(out, quint32(tree.size()));
-    out.append(tree);
-    return out;
-}
+using largevpk::makeDirectory;
 
 void BM_OpenLargeVpk(benchmark::State &state)
 {
@@ -80,7 +29,7 @@ void BM_OpenLargeVpk(benchmark::State &state)
     for (auto _ : state) {
         CDelegateVPK vpk;
         if (!vpk.openPackage(path, true)) {
-            state.SkipWithError(qPrintable(vpk.lastError));
+            state.SkipWithError(qPrintable(vpk.getLastError()));
             return;
         }
         benchmark::DoNotOptimize(vpk.getNodeCount());
