@@ -17,6 +17,10 @@ bool CDelegateGCF::openPackage(const QString &path, bool)
         lastError = QStringLiteral("Request Error: Invalid file path");
         return false;
     }
+    // Whatever an earlier opening built goes, so that a failure leaves no tree.
+    delete root;
+    root = nullptr;
+    nodes.clear();
     closePackage();
     directory.clear();
     blocks.clear();

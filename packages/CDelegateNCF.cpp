@@ -19,6 +19,10 @@ bool CDelegateNCF::openPackage(const QString &path, bool)
         lastError = QStringLiteral("Request Error: Invalid file path");
         return false;
     }
+    // Whatever an earlier opening built goes, so that a failure leaves no tree.
+    delete root;
+    root = nullptr;
+    nodes.clear();
     directory.clear();
     if (file.isOpen())
         file.close();

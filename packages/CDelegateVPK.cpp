@@ -22,6 +22,10 @@ bool CDelegateVPK::openPackage(const QString &path, bool)
         lastError = QStringLiteral("Request Error: Invalid file path");
         return false;
     }
+    // Whatever an earlier opening built goes, so that a failure leaves no tree.
+    delete root;
+    root = nullptr;
+    nodes.clear();
     closePackage();
     directory.clear();
     directoryPath = path;
@@ -209,6 +213,9 @@ bool CDelegateVPK::generateInternalDirectoryStructure()
         // A leaf that already has an entry is a second record of the same path.
         if (!leaf || leaf->index != -1) {
             lastError = QStringLiteral("File Error: Malformed directory structure");
+            delete root;
+            root = nullptr;
+            nodes.clear();
             return false;
         }
         leaf->index = i;

@@ -125,7 +125,9 @@ VPackage::VPackage(const QString &fileToOpen, QWidget *parent)
 
 VPackage::~VPackage()
 {
-    // Items point at the delegate's nodes: they go first.
+    // Items point at the delegate's nodes: they go first, quietly.
+    tree->disconnect(this);
+    table->disconnect(this);
     table->setRowCount(0);
     tree->clear();
     delete delegate;

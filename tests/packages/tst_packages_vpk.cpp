@@ -180,6 +180,7 @@ private slots:
         CDelegateVPK vpk;
         QVERIFY(!vpk.openPackage(path, true));
         QCOMPARE(vpk.getLastError(), QStringLiteral("File Error: Malformed directory structure"));
+        QVERIFY(!vpk.getRootDirectoryNode());
     }
 
     void hostileDirectoriesFailInOrder_data()
