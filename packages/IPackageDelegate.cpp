@@ -219,6 +219,11 @@ QByteArray *IPackageDelegate::getPackageFileByIndex(unsigned int index) const
         return nullptr;
     }
     QByteArray *bytes = new QByteArray();
+    // Presized to spare the copies of growing, but never beyond what the
+    // package file could hold.
+    const qint64 expected = getPackageFileSizeByIndex(index);
+    if (expected > 0 && expected <= file.size())
+        bytes->reserve(expected);
     QBuffer buffer(bytes);
     if (!buffer.open(QIODevice::ReadWrite)) {
         lastError = QStringLiteral("Write Error: Unable to open stream to buffer");
