@@ -259,13 +259,18 @@ bool CDelegateBSP::generateInternalDirectoryStructure()
         nodes.append(node);
     }
 
-    for (const ZIPEntry_t *entry : std::as_const(zipEntries)) {
+    for (int i = 0; i < zipEntries.size(); ++i) {
+        const ZIPEntry_t *entry = zipEntries.at(i);
         QString name = QString::fromLatin1(entry->first.fileName);
         UTIL_trimFilePath(name);
         UTIL_filePathSlashToForward(name);
         const QStringList parts = name.split(QLatin1Char('/'), Qt::SkipEmptyParts);
-        if (parts.isEmpty())
+        if (parts.isEmpty()) {
+            // A nameless entry gets no place in the table; its record goes
+            // too, so that table entry 64 + i stays ZIP entry i.
+            delete zipEntries.takeAt(i--);
             continue;
+        }
         // A step up or a step in place would let an extraction leave the
         // directory the user chose.
         if (parts.contains(QLatin1String("..")) || parts.contains(QLatin1String("."))) {

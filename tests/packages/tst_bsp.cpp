@@ -481,15 +481,19 @@ void TestDelegateBSP::lenientNames()
 {
     BspFixture f = standardMap();
     f.pakfile = { { "/abs/x.txt", "1", {}, {}, 0 },
-                  { "win\\dir\\y.txt", "2", {}, {}, 0 },
-                  { "", "skipped", {}, {}, 0 } };
+                  { "", "skipped", {}, {}, 0 },
+                  { "win\\dir\\y.txt", "2", {}, {}, 0 } };
     auto d = openMap(f, "lenient.bsp");
     QVERIFY(d);
     const CPackageHierarchyNode *root = d->getRootDirectoryNode();
     QVERIFY(root->getNodeByPath({ "abs", "x.txt" }, true));
     QVERIFY(root->getNodeByPath({ "win", "dir", "y.txt" }, true));
-    // The nameless entry gets no table entry.
+    // The nameless entry gets no table entry, and the entries stay in step.
     QCOMPARE(d->getNodeCount(), 66);
+    QCOMPARE(d->getPakfileEntryCount(), 2);
+    std::unique_ptr<QByteArray> y(d->getFileByPath("win/dir/y.txt"));
+    QCOMPARE(*y, QByteArray("2"));
+    QVERIFY(!d->isPackageFileAtIndex(66));
 }
 
 void TestDelegateBSP::flushUnchangedTwice_data()
