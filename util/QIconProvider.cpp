@@ -4,9 +4,10 @@
 #include <QTemporaryFile>
 
 QIconProvider::QIconProvider()
-    : defaultIcon(provider.icon(QFileIconProvider::File))
-    , defaultType(QStringLiteral("FILE"))
+    : defaultType(QStringLiteral("FILE"))
 {
+    // The provider is built after the default icon, so the icon is asked for here.
+    defaultIcon = provider.icon(QFileIconProvider::File);
     info.setCaching(false);
 }
 
