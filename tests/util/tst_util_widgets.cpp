@@ -2,8 +2,11 @@
 #include "util/QIconProvider.h"
 #include "util/UtilWidgets.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QFontMetrics>
+#include <QMessageBox>
+#include <QTimer>
 #include <QWidget>
 
 namespace {
@@ -97,6 +100,45 @@ private slots:
         UTIL_centerOverWidget(&child, nullptr);
         UTIL_centerOverWidget(nullptr, &parent);
         QCOMPARE(child.pos(), QPoint(7, 8));
+    }
+
+    void notificationsBecomeMessageBoxes_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<int>("icon");
+        QTest::newRow("information")
+            << int(CNotifier::Information) << int(QMessageBox::Information);
+        QTest::newRow("warning") << int(CNotifier::Warning) << int(QMessageBox::Warning);
+        QTest::newRow("critical") << int(CNotifier::Critical) << int(QMessageBox::Critical);
+    }
+
+    void notificationsBecomeMessageBoxes()
+    {
+        QFETCH(int, kind);
+        QFETCH(int, icon);
+        const CNotifier::Handler before = UTIL_installMessageBoxNotifier();
+        QString title, text;
+        int shownIcon = -1;
+        auto *timer = new QTimer(this);
+        timer->setInterval(10);
+        connect(timer, &QTimer::timeout, [&, timer]() {
+            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            if (!box)
+                return;
+            timer->stop();
+            title = box->windowTitle();
+            text = box->text();
+            shownIcon = int(box->icon());
+            QTest::keyClick(box, Qt::Key_Enter);
+        });
+        timer->start();
+        CNotifier::notify(CNotifier::Kind(kind), QStringLiteral("Pakfile"),
+                          QStringLiteral("Read Error: odd"));
+        delete timer;
+        CNotifier::setHandler(before);
+        QCOMPARE(title, QStringLiteral("Pakfile"));
+        QCOMPARE(text, QStringLiteral("Read Error: odd"));
+        QCOMPARE(shownIcon, icon);
     }
 
     void fontWidth()
