@@ -154,22 +154,32 @@ QStringList UTIL_getParts(const QString &line)
     return parts;
 }
 
+namespace {
+
+// A part that was found is never null, even when nothing is left of it.
+QString found(const QString &part)
+{
+    return part.isNull() ? QString::fromLatin1("", 0) : part;
+}
+
+} // namespace
+
 void UTIL_getParts(const QString &line, QString &key, QString &value, QString &comment)
 {
     key = QString();
     value = QString();
     comment = QString();
-    int found = 0;
+    int count = 0;
     const QStringList parts = UTIL_getParts(line);
     for (const QString &part : parts) {
         if (part.startsWith(QLatin1String("//"))) {
-            comment = part.trimmed();
-        } else if (found == 0) {
-            key = part;
-            ++found;
-        } else if (found == 1) {
-            value = part;
-            ++found;
+            comment = found(part.trimmed());
+        } else if (count == 0) {
+            key = found(part);
+            ++count;
+        } else if (count == 1) {
+            value = found(part);
+            ++count;
         }
     }
 }
