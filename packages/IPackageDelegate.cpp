@@ -219,6 +219,11 @@ QByteArray *IPackageDelegate::getPackageFileByIndex(unsigned int index) const
         return nullptr;
     }
     QByteArray *bytes = new QByteArray();
+    // Presized to spare the copies of growing, but never beyond what the
+    // package file could hold.
+    const qint64 expected = getPackageFileSizeByIndex(index);
+    if (expected > 0 && expected <= file.size())
+        bytes->reserve(expected);
     QBuffer buffer(bytes);
     if (!buffer.open(QIODevice::ReadWrite)) {
         lastError = QStringLiteral("Write Error: Unable to open stream to buffer");
@@ -445,11 +450,9 @@ bool IPackageDelegate::setFileByNode(const QByteArray &bytes, bool isPath,
     return true;
 }
 
-bool IPackageDelegate::setFileByNode(QIODevice &device, CPackageHierarchyNode *node,
-                                     unsigned int length)
+bool IPackageDelegate::readFromDevice(QIODevice &device, unsigned int length,
+                                      QByteArray &bytes) const
 {
-    if (!checkNode(node))
-        return false;
     if (!device.isOpen()) {
         lastError = QStringLiteral("Write Error: Device not open");
         return false;
@@ -461,12 +464,13 @@ bool IPackageDelegate::setFileByNode(QIODevice &device, CPackageHierarchyNode *n
     qint64 wanted = length;
     if (length == std::numeric_limits<unsigned int>::max())
         wanted = qMax<qint64>(0, device.size() - device.pos());
-    // Never allocate more than a random-access device can give.
+    // Never allocate more than a random-access device can give; a stream is
+    // read in steps, so that only what really comes is held.
     if (!device.isSequential() && wanted > device.size() - device.pos()) {
         lastError = QStringLiteral("Read Error: Incomplete");
         return false;
     }
-    QByteArray bytes;
+    bytes.clear();
     while (bytes.size() < wanted) {
         const QByteArray chunk = device.read(qMin<qint64>(wanted - bytes.size(), 1 << 20));
         if (chunk.isEmpty())
@@ -477,6 +481,17 @@ bool IPackageDelegate::setFileByNode(QIODevice &device, CPackageHierarchyNode *n
         lastError = QStringLiteral("Read Error: Incomplete");
         return false;
     }
+    return true;
+}
+
+bool IPackageDelegate::setFileByNode(QIODevice &device, CPackageHierarchyNode *node,
+                                     unsigned int length)
+{
+    if (!checkNode(node))
+        return false;
+    QByteArray bytes;
+    if (!readFromDevice(device, length, bytes))
+        return false;
     return setFileByNode(bytes, false, node);
 }
 
@@ -507,26 +522,9 @@ CPackageHierarchyNode *IPackageDelegate::setFileByPath(const QByteArray &bytes, 
 CPackageHierarchyNode *IPackageDelegate::setFileByPath(QIODevice &device, const QString &path,
                                                        unsigned int length)
 {
-    if (!device.isOpen()) {
-        lastError = QStringLiteral("Write Error: Device not open");
+    QByteArray bytes;
+    if (!readFromDevice(device, length, bytes))
         return nullptr;
-    }
-    if (!device.isReadable()) {
-        lastError = QStringLiteral("Write Error: Device not readable");
-        return nullptr;
-    }
-    qint64 wanted = length;
-    if (length == std::numeric_limits<unsigned int>::max())
-        wanted = qMax<qint64>(0, device.size() - device.pos());
-    if (!device.isSequential() && wanted > device.size() - device.pos()) {
-        lastError = QStringLiteral("Read Error: Incomplete");
-        return nullptr;
-    }
-    const QByteArray bytes = device.read(wanted);
-    if (bytes.size() < wanted) {
-        lastError = QStringLiteral("Read Error: Incomplete");
-        return nullptr;
-    }
     return setFileByPath(bytes, false, path);
 }
 

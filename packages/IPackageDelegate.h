@@ -123,6 +123,8 @@ protected:
     bool checkNode(const CPackageHierarchyNode *node) const;
     CPackageHierarchyNode *leafByPath(const QString &path) const;
     bool writeFileFromPath(QIODevice *device, const QByteArray &pathBytes) const;
+    // `length` bytes (all ones: to the device's end) of an open, readable device.
+    bool readFromDevice(QIODevice &device, unsigned int length, QByteArray &bytes) const;
 
     mutable QString lastError;
     mutable QFile file;

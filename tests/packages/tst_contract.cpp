@@ -129,6 +129,7 @@ private slots:
     void baseNamesAndState();
     void branchSumsLeaveNullNodeText();
     void sizePairsOfDirectories();
+    void settingFromDevices();
     void synchroniserCountsAndSignals();
     void synchroniserMessagesAndFlags();
 };
@@ -166,6 +167,34 @@ void TestContract::sizePairsOfDirectories()
     const quint64 pair = delegate()->getPackageFileSizePairByNode(materials);
     QCOMPARE(static_cast<quint32>(pair), 323u);
     QCOMPARE(static_cast<quint32>(pair >> 32), (23u * 2 + 1) + (300u * 2 + 1));
+}
+
+void TestContract::settingFromDevices()
+{
+    QBuffer closed;
+    QVERIFY(!delegate()->setFileByPath(closed, "x/y.txt", ~0u));
+    QCOMPARE(delegate()->getLastError(), QStringLiteral("Write Error: Device not open"));
+    QByteArray sink;
+    QBuffer writeOnly(&sink);
+    writeOnly.open(QIODevice::WriteOnly);
+    QVERIFY(!delegate()->setFileByPath(writeOnly, "x/y.txt", ~0u));
+    QCOMPARE(delegate()->getLastError(), QStringLiteral("Write Error: Device not readable"));
+    QVERIFY(!delegate()->getRootDirectoryNode()->getNodeByString("x"));
+
+    QByteArray source("abcdef");
+    QBuffer in(&source);
+    in.open(QIODevice::ReadOnly);
+    CPackageHierarchyNode *node = delegate()->setFileByPath(in, "x/y.txt", 4);
+    QVERIFY(node);
+    QCOMPARE(*node->data, QByteArray("abcd"));
+    QVERIFY(!node->dataIsPath);
+    QVERIFY(!delegate()->setFileByPath(in, "x/z.txt", 4));
+    QCOMPARE(delegate()->getLastError(), QStringLiteral("Read Error: Incomplete"));
+    // A file below a file cannot be made.
+    in.seek(0);
+    QVERIFY(!delegate()->setFileByPath(in, "readme.txt/inner", ~0u));
+    QCOMPARE(delegate()->getLastError(),
+             QStringLiteral("Delegate Error: Unable to create leaf at \"readme.txt/inner\""));
 }
 
 void TestContract::synchroniserCountsAndSignals()
