@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QLocalSocket>
 #include <QProcess>
 #include <QtTest>
 
@@ -48,7 +49,9 @@ private Q_SLOTS:
             QSKIP("the workbench executable is not built");
         CInstanceChannel channel(QStringLiteral("ZIRK"));
         m_socket = QDir(QDir::tempPath()).filePath(channel.serverName());
-        if (QFile::exists(channel.lockFilePath()) && QFile::exists(m_socket))
+        QLocalSocket probe;
+        probe.connectToServer(channel.serverName());
+        if (probe.waitForConnected(500))
             QSKIP("another workbench instance of this user is running");
     }
 
