@@ -72,9 +72,11 @@ void box(QPainter &p, const QColor &c)
     QPolygonF top({ QPointF(1.5, 5), QPointF(8, 2), QPointF(14.5, 5), QPointF(8, 8) });
     p.drawPolygon(top);
     p.setBrush(c);
-    p.drawPolygon(QPolygonF({ QPointF(1.5, 5), QPointF(8, 8), QPointF(8, 14.5), QPointF(1.5, 11.5) }));
+    p.drawPolygon(
+        QPolygonF({ QPointF(1.5, 5), QPointF(8, 8), QPointF(8, 14.5), QPointF(1.5, 11.5) }));
     p.setBrush(c.darker(130));
-    p.drawPolygon(QPolygonF({ QPointF(8, 8), QPointF(14.5, 5), QPointF(14.5, 11.5), QPointF(8, 14.5) }));
+    p.drawPolygon(
+        QPolygonF({ QPointF(8, 8), QPointF(14.5, 5), QPointF(14.5, 11.5), QPointF(8, 14.5) }));
 }
 
 void magnifier(QPainter &p, qreal x, qreal y)
@@ -110,8 +112,8 @@ void appIcon(QPainter &p)
     p.drawRoundedRect(QRectF(1, 1, 14, 14), 3, 3);
     // A "Z" traced as a single stroke.
     p.setPen(QPen(Qt::white, 2.2, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
-    p.drawPolyline(QPolygonF({ QPointF(4.5, 4.5), QPointF(11.5, 4.5), QPointF(4.5, 11.5),
-                               QPointF(11.5, 11.5) }));
+    p.drawPolyline(QPolygonF(
+        { QPointF(4.5, 4.5), QPointF(11.5, 4.5), QPointF(4.5, 11.5), QPointF(11.5, 11.5) }));
 }
 
 const std::map<QString, Painter> &painters()
@@ -145,8 +147,8 @@ const std::map<QString, Painter> &painters()
           } },
         { "defrag",
           [](QPainter &p) {
-              const QColor colors[] = { QColor(60, 120, 220), QColor(230, 60, 50),
-                                        QColor(250, 250, 250) };
+              const QColor colors[]
+                  = { QColor(60, 120, 220), QColor(230, 60, 50), QColor(250, 250, 250) };
               p.setPen(QPen(QColor(80, 80, 80), 0.5));
               for (int i = 0; i < 4; ++i)
                   for (int j = 0; j < 4; ++j) {
@@ -186,10 +188,10 @@ const std::map<QString, Painter> &painters()
           } },
         { "particles",
           [](QPainter &p) {
-              const QPointF points[] = { { 3, 12 }, { 6, 9 },   { 9, 10 }, { 5, 5 },
-                                         { 10, 5 }, { 13, 3 },  { 12, 8 }, { 8, 2 } };
-              const QColor colors[] = { QColor(255, 200, 40), QColor(255, 120, 30),
-                                        QColor(230, 60, 30) };
+              const QPointF points[] = { { 3, 12 }, { 6, 9 },  { 9, 10 }, { 5, 5 },
+                                         { 10, 5 }, { 13, 3 }, { 12, 8 }, { 8, 2 } };
+              const QColor colors[]
+                  = { QColor(255, 200, 40), QColor(255, 120, 30), QColor(230, 60, 30) };
               int i = 0;
               for (const QPointF &pt : points) {
                   const qreal r = 1.0 + (i % 3) * 0.6;
@@ -209,7 +211,8 @@ const std::map<QString, Painter> &painters()
               p.drawEllipse(QRectF(4, 4, 7, 7));
               p.drawLine(QPointF(9.5, 9.5), QPointF(12.5, 12.5));
           } },
-        { "sphere", [](QPainter &p) { sphere(p, QRectF(1.5, 1.5, 13, 13), QColor(60, 120, 220)); } },
+        { "sphere",
+          [](QPainter &p) { sphere(p, QRectF(1.5, 1.5, 13, 13), QColor(60, 120, 220)); } },
         { "spherelockright",
           [](QPainter &p) {
               sphere(p, QRectF(0.5, 1.5, 11, 11), QColor(60, 120, 220));
@@ -239,8 +242,8 @@ const std::map<QString, Painter> &painters()
               p.setPen(Qt::NoPen);
               p.setBrush(QColor(220, 60, 60));
               for (qreal y : { 5.0, 8.5, 12.0 }) {
-                  p.drawPolygon(QPolygonF({ QPointF(5, y - 1.5), QPointF(6.5, y), QPointF(5, y + 1.5),
-                                            QPointF(3.5, y) }));
+                  p.drawPolygon(QPolygonF({ QPointF(5, y - 1.5), QPointF(6.5, y),
+                                            QPointF(5, y + 1.5), QPointF(3.5, y) }));
               }
               p.setPen(QPen(QColor(90, 90, 90), 0.8));
               for (qreal y : { 5.0, 8.5, 12.0 })

@@ -51,8 +51,7 @@ class TestZirk : public QObject
     }
 
     // Runs the getter while a timer answers the shared dialog.
-    template<typename Getter, typename Answer>
-    auto runDialog(Getter getter, Answer answer)
+    template<typename Getter, typename Answer> auto runDialog(Getter getter, Answer answer)
     {
         QTimer::singleShot(0, this, [this, answer] {
             QFileDialog *dialog = m_window->getFileDialog();
@@ -92,9 +91,11 @@ private Q_SLOTS:
         QStringList tools;
         for (QAction *action : m_window->menuBar()->actions().at(1)->menu()->actions())
             tools << (action->isSeparator() ? QStringLiteral("-") : action->text());
-        QCOMPARE(tools, QStringList({ "Package Viewer", "-", "Particle Editor", "VBSP Editor", "VMT Editor",
-                                      "Mass VMT Editor", "VTF Editor", "Mass VTF Editor", "-", "BSP Info",
-                                      "Entity Lump Editor", "Pakfile Lump Editor", "-", "Output" }));
+        QCOMPARE(
+            tools,
+            QStringList({ "Package Viewer", "-", "Particle Editor", "VBSP Editor", "VMT Editor",
+                          "Mass VMT Editor", "VTF Editor", "Mass VTF Editor", "-", "BSP Info",
+                          "Entity Lump Editor", "Pakfile Lump Editor", "-", "Output" }));
         for (QAction *action : m_window->menuBar()->actions().at(1)->menu()->actions())
             QVERIFY(action->isSeparator() || !action->icon().isNull());
     }
@@ -230,11 +231,21 @@ private Q_SLOTS:
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("filter");
         QTest::addColumn<QString>("result");
-        QTest::newRow("appended") << "/t/foo" << "Valve Texture Format (*.vtf)" << "/t/foo.vtf";
-        QTest::newRow("present") << "/t/foo.VTF" << "Valve Texture Format (*.vtf)" << "/t/foo.VTF";
-        QTest::newRow("no dot looked for") << "/t/foovtf" << "Valve Texture Format (*.vtf)" << "/t/foovtf";
-        QTest::newRow("no extension in filter") << "/t/foo" << "All files (*)" << "/t/foo";
-        QTest::newRow("first of several") << "/t/foo" << "Images (*.png *.jpg)" << "/t/foo.png";
+        QTest::newRow("appended") << "/t/foo"
+                                  << "Valve Texture Format (*.vtf)"
+                                  << "/t/foo.vtf";
+        QTest::newRow("present") << "/t/foo.VTF"
+                                 << "Valve Texture Format (*.vtf)"
+                                 << "/t/foo.VTF";
+        QTest::newRow("no dot looked for") << "/t/foovtf"
+                                           << "Valve Texture Format (*.vtf)"
+                                           << "/t/foovtf";
+        QTest::newRow("no extension in filter") << "/t/foo"
+                                                << "All files (*)"
+                                                << "/t/foo";
+        QTest::newRow("first of several") << "/t/foo"
+                                          << "Images (*.png *.jpg)"
+                                          << "/t/foo.png";
     }
 
     void filterExtension()
@@ -247,8 +258,9 @@ private Q_SLOTS:
 
     void getAnyFileAppendsExtension()
     {
-        m_window->configureFileDialog(m_window, QStringLiteral("Save"),
-                                      QStringLiteral("Valve Texture Format (*.vtf);;;;All files (*)"), m_dir.path());
+        m_window->configureFileDialog(
+            m_window, QStringLiteral("Save"),
+            QStringLiteral("Valve Texture Format (*.vtf);;;;All files (*)"), m_dir.path());
         QCOMPARE(m_window->getFileDialog()->nameFilters().size(), 2);
         QCOMPARE(m_window->getFileDialog()->windowTitle(), QStringLiteral("Save"));
         const QString path = runDialog([this] { return m_window->getAnyFile(); },
