@@ -2,6 +2,7 @@
 
 #include "app/ProgramSettings_t.h"
 #include "app/ZIRK.h"
+#include "packages/CDelegateBSP.h"
 #include "packages/CDelegateGCF.h"
 #include "packages/CDelegateNCF.h"
 #include "packages/CDelegateVPK.h"
@@ -38,12 +39,8 @@
 
 #include <cstdlib>
 
-// The map and texture readers live in other parts of the program; the viewer
-// takes them in when they are part of the build.
-#if __has_include("packages/CDelegateBSP.h")
-#include "packages/CDelegateBSP.h"
-#define ZIRK_VIEWER_HAS_BSP 1
-#endif
+// The texture reader lives in another part of the program; the viewer takes
+// it in when it is part of the build.
 #if __has_include("textures/CFileVTF.h")
 #include "textures/CFileVTF.h"
 #define ZIRK_VIEWER_HAS_VTF 1
@@ -192,11 +189,9 @@ void VPackage::fileOpen(const QString &path)
     delegate = nullptr;
 
     const QString suffix = UTIL_getFileExtension(path, true);
-#ifdef ZIRK_VIEWER_HAS_BSP
     if (suffix == QLatin1String("bsp"))
         delegate = new CDelegateBSP();
-#endif
-    if (suffix == QLatin1String("gcf"))
+    else if (suffix == QLatin1String("gcf"))
         delegate = new CDelegateGCF();
     else if (suffix == QLatin1String("ncf"))
         delegate = new CDelegateNCF();

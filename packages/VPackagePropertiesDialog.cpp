@@ -1,5 +1,6 @@
 #include "packages/VPackagePropertiesDialog.h"
 
+#include "packages/CDelegateBSP.h"
 #include "packages/CDelegateGCF.h"
 #include "packages/CDelegateNCF.h"
 #include "packages/CDelegateVPK.h"
@@ -118,6 +119,25 @@ VPackagePropertiesDialog::rowsForNode(const IPackageDelegate *delegate,
 
     const int index = node->index;
     switch (delegate->getPackageType()) {
+    case 1: {
+        auto *bsp = static_cast<const CDelegateBSP *>(delegate);
+        if (isDirectory || index < 0)
+            break;
+        if (index < CDelegateBSP::Lump_Count) {
+            const auto lump = CDelegateBSP::Lump_t(index);
+            rows.append({ QStringLiteral("Offset:"),
+                          hex(bsp->getLumpInfo(lump, CDelegateBSP::LumpField_Offset)) });
+            rows.append({ QStringLiteral("Version:"),
+                          hex(bsp->getLumpInfo(lump, CDelegateBSP::LumpField_Version)) });
+            rows.append({ QStringLiteral("FourCC:"),
+                          hex(bsp->getLumpInfo(lump, CDelegateBSP::LumpField_FourCC)) });
+        } else if (const ZIPEntry_t *entry = bsp->getPakfileEntry(unsigned(index))) {
+            rows.append(
+                { QStringLiteral("Local Header Offset:"), hex(entry->second.localHeaderOffset) });
+            rows.append({ QStringLiteral("CRC:"), hex(entry->second.crc32) });
+        }
+        break;
+    }
     case 2: {
         auto *gcf = static_cast<const CDelegateGCF *>(delegate);
         rows.append(

@@ -413,6 +413,31 @@ private slots:
         QVERIFY(!QFile::exists(outer.filePath(QStringLiteral("inner/deeper/escape.txt"))));
     }
 
+    void mapPropertiesShowLumpAndPakfileRows()
+    {
+        ZIRK_REQUIRE_SAMPLES(samples);
+        VPackage viewer(samples + QStringLiteral("/bsp/gmod8_h53.bsp"));
+        IPackageDelegate *map = viewer.getDelegate();
+        QVERIFY(map);
+        QCOMPARE(map->getPackageType(), 1);
+        QVERIFY(viewer.getTreeWidget()->topLevelItemCount() == 1);
+        auto valuesOf = [map](int index) {
+            QMap<QString, QString> values;
+            for (const auto &pair :
+                 VPackagePropertiesDialog::rowsForNode(map, map->getNodeByIndex(unsigned(index))))
+                values.insert(pair.first, pair.second);
+            return values;
+        };
+        const QMap<QString, QString> lump = valuesOf(0);
+        QVERIFY(lump.value("Offset:").startsWith("0x"));
+        QVERIFY(lump.contains("FourCC:"));
+        QVERIFY(!lump.contains("CRC:"));
+        QVERIFY(map->getNodeCount() > 64);
+        const QMap<QString, QString> packed = valuesOf(64);
+        QVERIFY(packed.value("Local Header Offset:").startsWith("0x"));
+        QVERIFY(packed.contains("CRC:"));
+    }
+
     void propertiesOfAnEntryInTheDirectoryFile()
     {
         VPackage viewer(vpkPath);
