@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QList>
 #include <QMap>
+#include <QRandomGenerator>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -42,6 +43,31 @@ inline quint32 crc32(const QByteArray &data)
             crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
     }
     return ~crc;
+}
+
+// Copies of bytes with a few bytes overwritten, or cut short, from a fixed seed.
+inline QList<QByteArray> mutations(const QByteArray &bytes, int count, quint32 seed)
+{
+    QList<QByteArray> out;
+    QRandomGenerator random(seed);
+    for (int i = 0; i < count; ++i) {
+        QByteArray copy = bytes;
+        if (copy.isEmpty())
+            break;
+        if (i % 5 == 4) {
+            copy.truncate(int(random.bounded(copy.size())));
+        } else {
+            const int changes = 1 + int(random.bounded(4));
+            for (int c = 0; c < changes; ++c) {
+                const int at = int(random.bounded(copy.size()));
+                // Extremes are what breaks bounds; any byte may do.
+                const quint32 pick = random.bounded(4);
+                copy[at] = pick == 0 ? char(0xFF) : pick == 1 ? char(0) : char(random.bounded(256));
+            }
+        }
+        out.append(copy);
+    }
+    return out;
 }
 
 inline bool writeFile(const QString &path, const QByteArray &bytes)

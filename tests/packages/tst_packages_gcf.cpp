@@ -103,6 +103,25 @@ private slots:
         QCOMPARE(read(gcf, QStringLiteral("maps/scattered.bsp")), content(20));
     }
 
+    void corruptedCachesNeverCrash()
+    {
+        const QByteArray original = sample().buildGcf();
+        int opened = 0;
+        for (const QByteArray &bytes : fixtures::mutations(original, 400, 6)) {
+            CDelegateGCF gcf;
+            if (!open(gcf, bytes).isEmpty())
+                continue;
+            ++opened;
+            for (int i = 0; i < gcf.getNodeCount(); ++i) {
+                delete gcf.getFileByIndex(unsigned(i));
+                gcf.getFragmentationByIndex(unsigned(i));
+                gcf.getPackageFileSizeOnDiskByIndex(unsigned(i));
+            }
+            gcf.getFragmentationByNode(gcf.getRootDirectoryNode());
+        }
+        QVERIFY(opened > 0);
+    }
+
     void sizeOnDiskIsRoundedAsWritten()
     {
         CDelegateGCF gcf;

@@ -90,6 +90,20 @@ private slots:
         QCOMPARE(ncf.getFileNameFromOffset(100000), QString());
     }
 
+    void corruptedDirectoriesNeverCrash()
+    {
+        int opened = 0;
+        for (const QByteArray &bytes : fixtures::mutations(sample().buildNcf(), 400, 5)) {
+            CDelegateNCF ncf;
+            if (!open(ncf, bytes).isEmpty())
+                continue;
+            ++opened;
+            QVERIFY(ncf.getRootDirectoryNode());
+            ncf.getFileSizeByNode(ncf.getRootDirectoryNode());
+        }
+        QVERIFY(opened > 0);
+    }
+
     void brokenDirectoriesFailTheOpening_data()
     {
         QTest::addColumn<QByteArray>("bytes");

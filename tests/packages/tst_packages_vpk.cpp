@@ -287,6 +287,29 @@ private slots:
         QCOMPARE(unopened.getLastError(), QStringLiteral("File Error: Unable to open"));
     }
 
+    void corruptedDirectoriesNeverCrash()
+    {
+        VpkBuilder builder;
+        builder.add(QStringLiteral("a/b/c.txt"), "first file", 0x7FFF, 3);
+        builder.add(QStringLiteral("a/d.vmt"), "second", 1);
+        builder.add(QStringLiteral("e/f.vtf"), QByteArray(200, 'f'));
+        const QString path = write(builder, QStringLiteral("mutant_dir.vpk"));
+        const QByteArray original = builder.build();
+        int opened = 0;
+        for (const QByteArray &bytes : fixtures::mutations(original, 400, 4)) {
+            QVERIFY(fixtures::writeFile(path, bytes));
+            CDelegateVPK vpk;
+            if (!vpk.openPackage(path, true)) {
+                QVERIFY(!vpk.getLastError().isEmpty());
+                continue;
+            }
+            ++opened;
+            for (int i = 0; i < vpk.getNodeCount(); ++i)
+                delete vpk.getFileByIndex(unsigned(i));
+        }
+        QVERIFY(opened > 0);
+    }
+
     void everySampleOpensOrFailsCleanly()
     {
         ZIRK_REQUIRE_SAMPLES(samples);
