@@ -7,6 +7,7 @@
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
+#include <QRandomGenerator>
 #include <QtEndian>
 #include <QtTest>
 #include <memory>
@@ -123,6 +124,7 @@ private slots:
     void hostileGameLump_data();
     void hostileGameLump();
     void lenientNames();
+    void corruptedMapsFailCleanly();
     void flushUnchangedTwice_data();
     void flushUnchangedTwice();
     void flushLargerLumpKeepsGameLumpRight();
@@ -494,6 +496,39 @@ void TestDelegateBSP::lenientNames()
     std::unique_ptr<QByteArray> y(d->getFileByPath("win/dir/y.txt"));
     QCOMPARE(*y, QByteArray("2"));
     QVERIFY(!d->isPackageFileAtIndex(66));
+}
+
+void TestDelegateBSP::corruptedMapsFailCleanly()
+{
+    // Random damage anywhere: every open and every read ends in a result.
+    const QByteArray pristine = standardMap().build();
+    QRandomGenerator random(20261121);
+    const QString path = scratchDir() + "/damaged.bsp";
+    CNotificationRecorder quiet;
+    for (int round = 0; round < 300; ++round) {
+        QByteArray bytes = pristine;
+        const int hits = 1 + random.bounded(8);
+        for (int i = 0; i < hits; ++i) {
+            const int at = random.bounded(bytes.size());
+            bytes[at] = char(random.bounded(256));
+        }
+        if (round % 10 == 0)
+            bytes.truncate(random.bounded(bytes.size()));
+        QFile out(path);
+        QVERIFY(out.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        out.write(bytes);
+        out.close();
+        CDelegateBSP d;
+        if (!d.openPackage(path, true)) {
+            QVERIFY(!d.getLastError().isEmpty() || d.isPackageOpen());
+            continue;
+        }
+        for (int i = 0; i < d.getNodeCount(); ++i)
+            delete d.getFileByIndex(i);
+        d.getEntityKeyvalueList();
+        d.getBrushTextureList();
+        d.getGameLumpPropStatic();
+    }
 }
 
 void TestDelegateBSP::flushUnchangedTwice_data()
