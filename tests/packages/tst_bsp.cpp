@@ -133,6 +133,7 @@ private slots:
     void flushMissingReferenceLeavesMap();
     void flushIntoReadOnlyFolder();
     void markedLumpIsEmptied();
+    void readOnlyPackageComesBackWritable();
     void pakfileAsZip();
     void samplesOpenAndSurviveFlush();
     void negativeSamplesAreRefused();
@@ -741,6 +742,17 @@ void TestDelegateBSP::markedLumpIsEmptied()
     QVERIFY(d->getNodeByIndex(1)->markedForDeletion);
     std::unique_ptr<QByteArray> entities(d->getFileByIndex(0));
     QCOMPARE(*entities, entitiesText);
+}
+
+void TestDelegateBSP::readOnlyPackageComesBackWritable()
+{
+    // The flush leaves the read-only state to its callers.
+    auto d = openMap(standardMap(), "read-only.bsp", true);
+    QVERIFY(d);
+    QVERIFY(d->isPackageReadOnly());
+    QVERIFY(d->flush(nullptr));
+    QVERIFY(d->isPackageOpen());
+    QVERIFY(!d->isPackageReadOnly());
 }
 
 void TestDelegateBSP::pakfileAsZip()
