@@ -1,6 +1,7 @@
 #include "packages/CDelegateBSP.h"
 
 #include "packages/BspLumpNames.h"
+#include "packages/CMapFlush.h"
 #include "packages/CPakfileReader.h"
 #include "packages/CPakfileWriter.h"
 #include "util/UtilDevice.h"
@@ -8,7 +9,6 @@
 
 #include <QBuffer>
 #include <QtEndian>
-#include <algorithm>
 #include <memory>
 
 namespace {
@@ -538,169 +538,10 @@ CDelegateBSP::workingRecords(const QVector<CPackageHierarchyNode *> &chosen) con
     return records;
 }
 
-bool CDelegateBSP::writeLumps(QFile &out, Lump_s *newLumps, FlushSyncronizer *sync)
-{
-    // In the order of the old offsets; a lower number wins a tie.
-    int order[Lump_Count];
-    for (int i = 0; i < Lump_Count; ++i)
-        order[i] = i;
-    std::stable_sort(order, order + Lump_Count,
-                     [this](int a, int b) { return lumps[a].offset < lumps[b].offset; });
-
-    for (int lump : order) {
-        const qint64 at = out.pos();
-        newLumps[lump].offset = quint32(at);
-        if (lump == Lump_Pakfile)
-            continue; // written last, as the archive
-        const CPackageHierarchyNode *node = nodes.value(lump);
-        if (node && node->markedForDeletion) {
-            newLumps[lump].length = 0;
-            continue;
-        }
-        if (!getFileByIndex(&out, unsigned(lump))) {
-            lastError = QStringLiteral("Write Error: Unable to write lump %1 (%2)\n%3")
-                            .arg(lump)
-                            .arg(BSP_lumpName(lump, internalVersion), lastError);
-            return false;
-        }
-        newLumps[lump].length = quint32(out.pos() - at);
-        if (sync)
-            sync->incrementProcessed();
-    }
-    return true;
-}
-
-bool CDelegateBSP::failFlush(FlushSyncronizer *sync, QFile &temporary, const QString &text)
-{
-    lastError = text;
-    if (sync)
-        sync->logMessage(text, true);
-    if (temporary.isOpen())
-        temporary.close();
-    // By name: once renamed, the object would point at the finished map.
-    QFile::remove(file.fileName() + QLatin1String(".tmp"));
-    if (sync)
-        sync->doFail();
-    return false;
-}
-
 bool CDelegateBSP::flush(FlushSyncronizer *sync)
 {
-    if (!file.isOpen()) {
-        lastError = QStringLiteral("File Error: Package not open");
-        if (sync) {
-            sync->logMessage(lastError, true);
-            sync->doFail();
-        }
-        return false;
-    }
-    const QString path = file.fileName();
-    QFile temporary(path + QLatin1String(".tmp"));
-    if (!temporary.open(QIODevice::ReadWrite | QIODevice::Truncate)) {
-        lastError = QStringLiteral("File Error: Unable to open temporary file");
-        if (sync) {
-            sync->logMessage(lastError, true);
-            sync->doFail();
-        }
-        return false;
-    }
-
-    ZIPEndRecord end = zipEnd;
-    Lump_s newLumps[Lump_Count];
-    std::copy(lumps, lumps + Lump_Count, newLumps);
-    const QVector<CPackageHierarchyNode *> chosen = chooseEntries(true);
-    QVector<ZIPEntry_t> records = workingRecords(chosen);
-
-    if (sync) {
-        const CPackageHierarchyNode *pakNode = nodes.value(Lump_Pakfile);
-        const unsigned int lumpSteps = Lump_Count;
-        sync->setTotal(pakNode && pakNode->hasData ? lumpSteps
-                                                   : lumpSteps + 2 * unsigned(chosen.size()));
-    }
-
-    if (temporary.write(QByteArray(HeaderSize, '\0')) != HeaderSize)
-        return failFlush(sync, temporary, QStringLiteral("Write Error: Incomplete"));
-    if (!writeLumps(temporary, newLumps, sync))
-        return failFlush(sync, temporary, lastError);
-
-    CPakfileWriter writer(*this, sync);
-    writer.setSource(true, true);
-    if (!writer.write(temporary, chosen, records, end, true))
-        return failFlush(sync, temporary, writer.errorText());
-    newLumps[Lump_Pakfile].offset = quint32(writer.archiveStart());
-    newLumps[Lump_Pakfile].length = quint32(writer.archiveLength());
-
-    QByteArray header;
-    header.reserve(HeaderSize);
-    auto put32 = [&header](quint32 v) {
-        uchar b[4];
-        qToLittleEndian(v, b);
-        header.append(reinterpret_cast<const char *>(b), 4);
-    };
-    put32(magic);
-    put32(quint32(internalVersion));
-    for (const Lump_s &lump : newLumps) {
-        if (internalVersion == 21) {
-            put32(quint32(lump.version));
-            put32(lump.offset);
-            put32(lump.length);
-        } else {
-            put32(lump.offset);
-            put32(lump.length);
-            put32(quint32(lump.version));
-        }
-        put32(lump.fourCC);
-    }
-    put32(quint32(mapRevision));
-    if (!temporary.seek(0) || temporary.write(header) != HeaderSize)
-        return failFlush(sync, temporary, QStringLiteral("Write Error: Incomplete"));
-
-    // Swap: the old map becomes the backup, the new one takes its place.
-    temporary.close();
-    file.close();
-    const QString backup = path + QLatin1String(".backup");
-    QFile::remove(backup);
-    if (!QFile::rename(path, backup) || !temporary.rename(path)
-        || !file.open(QIODevice::ReadWrite)) {
-        file.setFileName(path);
-        return failFlush(sync, temporary,
-                         QStringLiteral("File Error: Unable to swap finished files\nDelegate "
-                                        "Error: Flush finished successfully, but delegate is no "
-                                        "longer valid"));
-    }
-
-    std::copy(newLumps, newLumps + Lump_Count, lumps);
-    reloadGameLump();
-
-    while (zipEntries.size() > records.size())
-        delete zipEntries.takeLast();
-    for (int i = 0; i < records.size(); ++i) {
-        if (i < zipEntries.size())
-            *zipEntries[i] = records.at(i);
-        else
-            zipEntries.append(new ZIPEntry_t(records.at(i)));
-    }
-
-    // Compact the table behind the lumps: deletions go, the rest close up.
-    int next = Lump_Count;
-    for (int i = Lump_Count; i < nodes.size(); ++i) {
-        CPackageHierarchyNode *node = nodes.at(i);
-        if (!node)
-            continue;
-        if (node->markedForDeletion) {
-            delete node;
-            continue;
-        }
-        node->index = next;
-        nodes[next++] = node;
-        node->deleteData();
-    }
-    nodes.resize(next);
-
-    zipEnd = end;
-    if (sync)
-        sync->doFinish();
-    return true;
+    CMapFlush job(*this, sync);
+    return job.run();
 }
 
 bool CDelegateBSP::writePakfileZip(QIODevice *device, unsigned int flags)

@@ -163,10 +163,13 @@ private:
     void clearContent();
     bool readHeader();
     bool readPakfile();
-    bool failFlush(FlushSyncronizer *sync, QFile &temporary, const QString &text);
+    // The pakfile nodes to write: with `pending`, the current state (kept
+    // entries and new files), else the entries as in the package.
     QVector<CPackageHierarchyNode *> chooseEntries(bool pending) const;
+    // Copies of the old records for entries of the package, new ones else.
     QVector<ZIPEntry_t> workingRecords(const QVector<CPackageHierarchyNode *> &chosen) const;
-    bool writeLumps(QFile &out, Lump_s *newLumps, FlushSyncronizer *sync);
+
+    friend class CMapFlush;
 
     quint32 magic;
     int internalVersion;

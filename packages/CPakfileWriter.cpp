@@ -4,8 +4,8 @@
 #include "packages/CRC32.h"
 #include "packages/FlushSyncronizer.h"
 
+#include <QBuffer>
 #include <QFile>
-#include <memory>
 
 CPakfileWriter::CPakfileWriter(const CDelegateBSP &bsp, FlushSyncronizer *synchroniser)
     : delegate(bsp)
@@ -57,11 +57,13 @@ bool CPakfileWriter::entryBytes(const CPackageHierarchyNode *node, int position,
     }
     const unsigned int index
         = readByPosition ? unsigned(CDelegateBSP::Lump_Count + position) : unsigned(node->index);
-    std::unique_ptr<QByteArray> read(delegate.getPackageFileByIndex(index));
-    if (!read)
+    // Into the caller's buffer, whose capacity carries over from entry to entry.
+    bytes.resize(0);
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    if (!delegate.getPackageFileByIndex(&buffer, index))
         return fail(QStringLiteral("Read Error: Unable to read pakfile file \"%1\"\n%2")
                         .arg(node->getPath(true), delegate.getLastError()));
-    bytes = std::move(*read);
     return true;
 }
 
@@ -73,7 +75,6 @@ bool CPakfileWriter::write(QIODevice &out, const QVector<CPackageHierarchyNode *
     for (int i = 0; i < chosen.size(); ++i) {
         const CPackageHierarchyNode *node = chosen.at(i);
         ZIPEntry_t &record = records[i];
-        bytes.clear();
         if (!entryBytes(node, i, bytes))
             return false;
 

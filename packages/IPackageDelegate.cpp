@@ -556,5 +556,15 @@ CPackageHierarchyNode *IPackageDelegate::fileAddFromDisk(const QString &packageP
         existing->markedForDeletion = false;
         return existing;
     }
-    return setFileByPath(QFile::encodeName(diskPath), true, packagePath);
+    // Steps that exist are taken in the package's own spelling, so that a
+    // new file joins a directory written in another case instead of
+    // colliding with it.
+    QStringList spelled = parts;
+    const CPackageHierarchyNode *step = root;
+    for (int i = 0; step && i < spelled.size(); ++i) {
+        step = step->getNodeByString(spelled.at(i));
+        if (step)
+            spelled[i] = step->getName();
+    }
+    return setFileByPath(QFile::encodeName(diskPath), true, spelled.join(QLatin1Char('/')));
 }

@@ -9,6 +9,8 @@ list(APPEND ZIRK_CORE_SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/CPakfileReader.cpp
     ${CMAKE_CURRENT_LIST_DIR}/CPakfileWriter.h
     ${CMAKE_CURRENT_LIST_DIR}/CPakfileWriter.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CMapFlush.h
+    ${CMAKE_CURRENT_LIST_DIR}/CMapFlush.cpp
     ${CMAKE_CURRENT_LIST_DIR}/CDelegateBSP.h
     ${CMAKE_CURRENT_LIST_DIR}/CDelegateBSP.cpp
 )

@@ -7,6 +7,7 @@
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
+#include <QRandomGenerator>
 #include <QtEndian>
 #include <QtTest>
 #include <memory>
@@ -123,6 +124,7 @@ private slots:
     void hostileGameLump_data();
     void hostileGameLump();
     void lenientNames();
+    void corruptedMapsFailCleanly();
     void flushUnchangedTwice_data();
     void flushUnchangedTwice();
     void flushLargerLumpKeepsGameLumpRight();
@@ -131,6 +133,7 @@ private slots:
     void flushMissingReferenceLeavesMap();
     void flushIntoReadOnlyFolder();
     void markedLumpIsEmptied();
+    void readOnlyPackageComesBackWritable();
     void pakfileAsZip();
     void samplesOpenAndSurviveFlush();
     void negativeSamplesAreRefused();
@@ -496,6 +499,39 @@ void TestDelegateBSP::lenientNames()
     QVERIFY(!d->isPackageFileAtIndex(66));
 }
 
+void TestDelegateBSP::corruptedMapsFailCleanly()
+{
+    // Random damage anywhere: every open and every read ends in a result.
+    const QByteArray pristine = standardMap().build();
+    QRandomGenerator random(20261121);
+    const QString path = scratchDir() + "/damaged.bsp";
+    CNotificationRecorder quiet;
+    for (int round = 0; round < 300; ++round) {
+        QByteArray bytes = pristine;
+        const int hits = 1 + random.bounded(8);
+        for (int i = 0; i < hits; ++i) {
+            const int at = random.bounded(bytes.size());
+            bytes[at] = char(random.bounded(256));
+        }
+        if (round % 10 == 0)
+            bytes.truncate(random.bounded(bytes.size()));
+        QFile out(path);
+        QVERIFY(out.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        out.write(bytes);
+        out.close();
+        CDelegateBSP d;
+        if (!d.openPackage(path, true)) {
+            QVERIFY(!d.getLastError().isEmpty() || d.isPackageOpen());
+            continue;
+        }
+        for (int i = 0; i < d.getNodeCount(); ++i)
+            delete d.getFileByIndex(i);
+        d.getEntityKeyvalueList();
+        d.getBrushTextureList();
+        d.getGameLumpPropStatic();
+    }
+}
+
 void TestDelegateBSP::flushUnchangedTwice_data()
 {
     QTest::addColumn<int>("version");
@@ -706,6 +742,17 @@ void TestDelegateBSP::markedLumpIsEmptied()
     QVERIFY(d->getNodeByIndex(1)->markedForDeletion);
     std::unique_ptr<QByteArray> entities(d->getFileByIndex(0));
     QCOMPARE(*entities, entitiesText);
+}
+
+void TestDelegateBSP::readOnlyPackageComesBackWritable()
+{
+    // The flush leaves the read-only state to its callers.
+    auto d = openMap(standardMap(), "read-only.bsp", true);
+    QVERIFY(d);
+    QVERIFY(d->isPackageReadOnly());
+    QVERIFY(d->flush(nullptr));
+    QVERIFY(d->isPackageOpen());
+    QVERIFY(!d->isPackageReadOnly());
 }
 
 void TestDelegateBSP::pakfileAsZip()

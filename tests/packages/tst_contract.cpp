@@ -130,6 +130,7 @@ private slots:
     void branchSumsLeaveNullNodeText();
     void sizePairsOfDirectories();
     void settingFromDevices();
+    void addingJoinsDirectoriesInTheirCase();
     void synchroniserCountsAndSignals();
     void synchroniserMessagesAndFlags();
 };
@@ -195,6 +196,20 @@ void TestContract::settingFromDevices()
     QVERIFY(!delegate()->setFileByPath(in, "readme.txt/inner", ~0u));
     QCOMPARE(delegate()->getLastError(),
              QStringLiteral("Delegate Error: Unable to create leaf at \"readme.txt/inner\""));
+}
+
+void TestContract::addingJoinsDirectoriesInTheirCase()
+{
+    const QString disk = scratchDir() + "/add-me.txt";
+    QFile f(disk);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write("x");
+    f.close();
+    CPackageHierarchyNode *node = delegate()->fileAddFromDisk("MATERIALS/SUB/new.vmt", disk, false);
+    QVERIFY2(node, qPrintable(delegate()->getLastError()));
+    QCOMPARE(node->getPath(true), QStringLiteral("materials/sub/new.vmt"));
+    // A plain set keeps the strict rule: another case of a step is a collision.
+    QVERIFY(!delegate()->setFileByPath(QByteArray("y"), false, "MATERIALS/other.vmt"));
 }
 
 void TestContract::synchroniserCountsAndSignals()

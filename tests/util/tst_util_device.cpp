@@ -35,6 +35,8 @@ protected:
         if (offset >= data.size())
             return failAtEnd ? -1 : 0;
         const qint64 n = qMin(qMin(max, step), qint64(data.size() - offset));
+        if (n <= 0)
+            return 0;
         memcpy(out, data.constData() + offset, size_t(n));
         offset += n;
         return n;
