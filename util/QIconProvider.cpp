@@ -6,7 +6,7 @@
 QIconProvider::QIconProvider()
     : defaultType(QStringLiteral("FILE"))
 {
-    // The provider is declared after the default icon, so it is asked only here.
+    // The provider is built after the default icon, so the icon is asked for here.
     defaultIcon = provider.icon(QFileIconProvider::File);
     info.setCaching(false);
 }

@@ -4,9 +4,10 @@
 
 namespace {
 
-// Large enough to take a typical line or name in one go; the device's own buffering does
-// the rest.
-constexpr qint64 kPeekChunk = 4096;
+// Peeks start small, since most lines and names are short, and grow so that a long run
+// without a terminator costs a number of steps logarithmic in its length.
+constexpr qint64 kFirstPeek = 128;
+constexpr qint64 kLargestPeek = 1 << 20;
 
 const char *findLineEnd(const char *begin, const char *end)
 {
@@ -25,20 +26,27 @@ QByteArray UTIL_readLineFromQIODevice(QIODevice &device)
     if (!device.isOpen() || !device.isReadable() || device.atEnd())
         return line;
 
-    char chunk[kPeekChunk];
+    // Peeked bytes land straight in the line; what lies beyond the terminator is cut off
+    // again, and the device is moved only past what was taken.
+    qint64 step = kFirstPeek;
     for (;;) {
-        const qint64 got = device.peek(chunk, kPeekChunk);
-        if (got <= 0)
+        const qsizetype kept = line.size();
+        line.resize(kept + step);
+        const qint64 got = device.peek(line.data() + kept, step);
+        if (got <= 0) {
+            line.truncate(kept);
             break;
-        const char *stop = findLineEnd(chunk, chunk + got);
-        const qint64 used = stop - chunk;
-        line.append(chunk, used);
-        if (stop != chunk + got) {
+        }
+        const char *begin = line.constData() + kept;
+        const qint64 used = findLineEnd(begin, begin + got) - begin;
+        line.truncate(kept + used);
+        if (used < got) {
             device.skip(used + 1);
             break;
         }
         if (device.skip(got) != got)
             break;
+        step = qMin(step * 2, kLargestPeek);
     }
     return line;
 }
@@ -51,26 +59,30 @@ QString UTIL_readCStringFromQDataStream(QDataStream &stream, char terminator,
 
     QIODevice *device = stream.device();
     if (device && stream.status() == QDataStream::Ok) {
-        char chunk[kPeekChunk];
+        qint64 step = kFirstPeek;
         for (;;) {
-            const qint64 got = device->peek(chunk, kPeekChunk);
-            if (got <= 0)
+            const qsizetype kept = bytes.size();
+            bytes.resize(kept + step);
+            const qint64 got = device->peek(bytes.data() + kept, step);
+            if (got <= 0) {
+                bytes.truncate(kept);
                 break; // the byte-wise loop below settles the stream's status
-            const void *hit = std::memchr(chunk, terminator, size_t(got));
-            const qint64 take = hit ? static_cast<const char *>(hit) - chunk + 1 : got;
+            }
+            const char *begin = bytes.constData() + kept;
+            const void *hit = std::memchr(begin, terminator, size_t(got));
+            const qint64 take = hit ? static_cast<const char *>(hit) - begin + 1 : got;
+            bytes.truncate(kept + (hit ? take - 1 : got));
             if (device->skip(take) != take) {
                 stream.setStatus(QDataStream::ReadPastEnd);
                 return QString::fromLatin1(bytes);
             }
-            if (hit) {
-                bytes.append(chunk, take - 1);
+            if (hit)
                 return QString::fromLatin1(bytes);
-            }
-            bytes.append(chunk, got);
             if (device->atEnd()) {
                 bytes.chop(1); // the last byte before the end is read but not kept
                 return QString::fromLatin1(bytes);
             }
+            step = qMin(step * 2, kLargestPeek);
         }
     }
 

@@ -162,6 +162,12 @@ QString &UTIL_cleanFilePath(QString &path)
     return path;
 }
 
+QString UTIL_cleanFilePath(const QString &path)
+{
+    QString copy = path;
+    return UTIL_cleanFilePath(copy);
+}
+
 QString UTIL_cleanFilePath(const QByteArray &path)
 {
     const qsizetype nul = path.indexOf('\0');

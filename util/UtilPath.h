@@ -37,6 +37,7 @@ bool UTIL_compareQString(const QString &a, const QString &b, Qt::CaseSensitivity
 // either end (a rooted path loses its root), every run of separators one "/". A string
 // with nothing left becomes null.
 QString &UTIL_cleanFilePath(QString &path);
+QString UTIL_cleanFilePath(const QString &path);
 // The text up to the first NUL (Latin-1), cleaned as above.
 QString UTIL_cleanFilePath(const QByteArray &path);
 

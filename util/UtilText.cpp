@@ -139,7 +139,9 @@ QStringList UTIL_getParts(const QString &line)
 {
     // QRegExp on purpose: its leftmost-longest alternation lets a run of non-space win over
     // a shorter quoted string at the same place ("a"b is one token).
-    static QRegExp rx(QStringLiteral("(\\\"[^\\\"]+\\\"|//.*$|(\\S)+)"), Qt::CaseInsensitive);
+    // One per thread: a QRegExp keeps the state of its last match, and parsers may run in
+    // worker threads.
+    thread_local QRegExp rx(QStringLiteral("(\\\"[^\\\"]+\\\"|//.*$|(\\S)+)"), Qt::CaseInsensitive);
     QStringList parts;
     qsizetype pos = 0;
     while ((pos = rx.indexIn(line, pos)) != -1) {
@@ -186,7 +188,7 @@ void UTIL_getParts(const QString &line, QString &key, QString &value, QString &c
 
 void UTIL_getParts(const QString &line, QString &key, QString &value)
 {
-    static QString comment;
+    thread_local QString comment;
     UTIL_getParts(line, key, value, comment);
 }
 
@@ -221,7 +223,7 @@ void UTIL_getParts(const QByteArray &line, QByteArray &key, QByteArray &value, Q
 
 void UTIL_getParts(const QByteArray &line, QByteArray &key, QByteArray &value)
 {
-    static QByteArray comment;
+    thread_local QByteArray comment;
     UTIL_getParts(line, key, value, comment);
 }
 

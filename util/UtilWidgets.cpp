@@ -1,10 +1,12 @@
 #include "util/UtilWidgets.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QFileIconProvider>
 #include <QFileInfo>
 #include <QFont>
 #include <QFontMetrics>
+#include <QMessageBox>
 #include <QTemporaryFile>
 #include <QWidget>
 
@@ -43,4 +45,23 @@ int UTIL_getFontWidth(const QString &text)
 {
     static const QFontMetrics metrics { QFont() };
     return metrics.horizontalAdvance(text);
+}
+
+CNotifier::Handler UTIL_installMessageBoxNotifier()
+{
+    return CNotifier::setHandler(
+        [](CNotifier::Kind kind, const QString &title, const QString &text) {
+            QWidget *parent = QApplication::activeWindow();
+            switch (kind) {
+            case CNotifier::Information:
+                QMessageBox::information(parent, title, text);
+                break;
+            case CNotifier::Warning:
+                QMessageBox::warning(parent, title, text);
+                break;
+            case CNotifier::Critical:
+                QMessageBox::critical(parent, title, text);
+                break;
+            }
+        });
 }

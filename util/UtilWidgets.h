@@ -1,5 +1,7 @@
 #pragma once
 
+#include "util/CNotifier.h"
+
 #include <QIcon>
 #include <QString>
 
@@ -15,3 +17,7 @@ QIcon UTIL_shellIconForExtension(const QString &extension);
 
 // Width of the text in the application's default font.
 int UTIL_getFontWidth(const QString &text);
+
+// Routes the notifications of core code to modal message boxes over the active window.
+// Returns the handler that was installed before.
+CNotifier::Handler UTIL_installMessageBoxNotifier();

@@ -210,6 +210,7 @@ private slots:
         UTIL_cleanFilePath(work);
         QCOMPARE(work, clean);
         QCOMPARE(work.isNull(), isNull);
+        QCOMPARE(UTIL_cleanFilePath(static_cast<const QString &>(path)), clean);
 
         QByteArray bytes = path.toLatin1();
         bytes.append('\0');

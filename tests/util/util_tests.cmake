@@ -1,3 +1,7 @@
 zirk_add_test(tst_util_fileclass SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_util_fileclass.cpp)
 zirk_add_test(tst_util_path SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_util_path.cpp)
 zirk_add_test(tst_util_text SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_util_text.cpp)
+zirk_add_test(tst_util_device SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_util_device.cpp)
+zirk_add_test(tst_util_records SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_util_records.cpp)
+zirk_add_test(tst_util_dialogs GUI SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_util_dialogs.cpp)
+zirk_add_test(tst_util_widgets GUI SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_util_widgets.cpp)
