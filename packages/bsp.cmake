@@ -1,0 +1,16 @@
+list(APPEND ZIRK_CORE_SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/BspLumpNames.h
+    ${CMAKE_CURRENT_LIST_DIR}/BspLumpNames.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CRC32.h
+    ${CMAKE_CURRENT_LIST_DIR}/CRC32.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/ZipRecords.h
+    ${CMAKE_CURRENT_LIST_DIR}/ZipRecords.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CPakfileReader.h
+    ${CMAKE_CURRENT_LIST_DIR}/CPakfileReader.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CPakfileWriter.h
+    ${CMAKE_CURRENT_LIST_DIR}/CPakfileWriter.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CMapFlush.h
+    ${CMAKE_CURRENT_LIST_DIR}/CMapFlush.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CDelegateBSP.h
+    ${CMAKE_CURRENT_LIST_DIR}/CDelegateBSP.cpp
+)
