@@ -1,6 +1,6 @@
 #include "app/QtSingleApplication.h"
 #include "app/ZIRK.h"
-#include "util/CNotifier.h"
+#include "util/UtilWidgets.h"
 
 #include <Magick++.h>
 #include <QDir>
@@ -83,14 +83,8 @@ int main(int argc, char **argv)
     }
 
     ZIRK *window = ZIRK::get(argc, argv);
-    CNotifier::setHandler(
-        [window](CNotifier::Kind kind, const QString &title, const QString &text) {
-            const QMessageBox::Icon icon = kind == CNotifier::Critical ? QMessageBox::Critical
-                : kind == CNotifier::Warning                           ? QMessageBox::Warning
-                                                                       : QMessageBox::Information;
-            QMessageBox box(icon, title, text, QMessageBox::Ok, window);
-            box.exec();
-        });
+    // Readers in the core library reach the user through message boxes.
+    UTIL_installMessageBoxNotifier();
     QObject::connect(&application, &QtSingleApplication::messageReceived, window,
                      &ZIRK::handleMessage);
     application.setActivationWindow(window, false);

@@ -13,7 +13,7 @@ class TestInstance : public QObject
     Q_OBJECT
 
     const QString m_binary = QStringLiteral(ZIRK_BINARY);
-    QString m_socket;
+    QString m_serverName;
 
     bool startFirst(QProcess &process)
     {
@@ -21,11 +21,17 @@ class TestInstance : public QObject
         process.start();
         if (!process.waitForStarted(5000))
             return false;
+        // A socket file may be left over from a killed run: wait until it answers.
         QElapsedTimer timer;
         timer.start();
-        while (!QFile::exists(m_socket) && timer.elapsed() < 15000)
+        while (timer.elapsed() < 15000 && process.state() == QProcess::Running) {
+            QLocalSocket socket;
+            socket.connectToServer(m_serverName);
+            if (socket.waitForConnected(200))
+                return true;
             QTest::qWait(50);
-        return QFile::exists(m_socket) && process.state() == QProcess::Running;
+        }
+        return false;
     }
 
     static int runCourier(const QStringList &arguments, qint64 *elapsed)
@@ -48,7 +54,7 @@ private Q_SLOTS:
         if (!QFile::exists(m_binary))
             QSKIP("the workbench executable is not built");
         CInstanceChannel channel(QStringLiteral("ZIRK"));
-        m_socket = QDir(QDir::tempPath()).filePath(channel.serverName());
+        m_serverName = channel.serverName();
         QLocalSocket probe;
         probe.connectToServer(channel.serverName());
         if (probe.waitForConnected(500))
