@@ -53,7 +53,7 @@ VPackage::VPackage(const QString &fileToOpen, QWidget *parent)
     setWindowIcon(QIcon(QStringLiteral(":/resources/icons/package_magnify")));
 
     toolBar = new QToolBar(QStringLiteral("Toolbar"), this);
-    actionOpen = toolBar->addAction(QIcon(QStringLiteral(":/resources/icons/folder")),
+    actionOpen = toolBar->addAction(QIcon(QStringLiteral(":/resources/icons/folder_explore")),
                                     QStringLiteral("Open..."));
     toolBar->addSeparator();
     actionBack = toolBar->addAction(QIcon(QStringLiteral(":/resources/icons/arrow_left")),

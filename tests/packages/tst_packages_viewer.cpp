@@ -413,6 +413,45 @@ private slots:
         QVERIFY(!QFile::exists(outer.filePath(QStringLiteral("inner/deeper/escape.txt"))));
     }
 
+    void cachePropertiesShowFragmentationAndFlags()
+    {
+        CacheBuilder b;
+        const int root = b.addDirectory(QString(), -1);
+        b.addFile(QStringLiteral("split.bin"), root, QByteArray(20, 's'), { 1, 5 });
+        b.addFile(QStringLiteral("flagged.bin"), root, "f", { 2 }, 0x4000 | 0x100 | 0x0A);
+        const QString path = temp.filePath(QStringLiteral("props.gcf"));
+        QVERIFY(fixtures::writeFile(path, b.buildGcf()));
+        const QString ncfPath = temp.filePath(QStringLiteral("props.ncf"));
+        QVERIFY(fixtures::writeFile(ncfPath, b.buildNcf()));
+
+        VPackage viewer(path);
+        IPackageDelegate *gcf = viewer.getDelegate();
+        QVERIFY(gcf);
+        auto valuesOf = [](IPackageDelegate *delegate, int index) {
+            QMap<QString, QString> values;
+            for (const auto &pair : VPackagePropertiesDialog::rowsForNode(
+                     delegate, delegate->getNodeByIndex(unsigned(index))))
+                values.insert(pair.first, pair.second);
+            return values;
+        };
+        QMap<QString, QString> split = valuesOf(gcf, 1);
+        QCOMPARE(split.value("Fragmentation:"), QStringLiteral("50.0000%"));
+        QCOMPARE(split.value("Size On Disk:"), QStringLiteral("32 Bytes"));
+        QCOMPARE(split.value("Encrypted:"), QStringLiteral("False"));
+        QMap<QString, QString> flagged = valuesOf(gcf, 2);
+        QCOMPARE(flagged.value("Flags:"), QStringLiteral("0x0000410A"));
+        QCOMPARE(flagged.value("Encrypted:"), QStringLiteral("True"));
+        QCOMPARE(flagged.value("Make Local Copy:"), QStringLiteral("True"));
+        QCOMPARE(flagged.value("Overwrite Local Copy:"), QStringLiteral("True"));
+        QCOMPARE(flagged.value("Backup Local Copy:"), QStringLiteral("False"));
+        QCOMPARE(valuesOf(gcf, 0).value("Contents:"), QStringLiteral("0 Folder(s), 2 File(s)"));
+
+        VPackage ncfViewer(ncfPath);
+        QMap<QString, QString> ncf = valuesOf(ncfViewer.getDelegate(), 2);
+        QCOMPARE(ncf.value("Flags:"), QStringLiteral("0x0000410A"));
+        QVERIFY(!ncf.contains("Fragmentation:"));
+    }
+
     void mapPropertiesShowLumpAndPakfileRows()
     {
         ZIRK_REQUIRE_SAMPLES(samples);
