@@ -612,6 +612,7 @@ void VPackage::packageContextExtract(QList<VPackageTableWidgetItem *> items)
     auto *dialog = new QProgressDialogger(this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     connect(dialog, &QDialog::finished, dialog, &QObject::deleteLater);
+    dialog->setWindowTitle(QStringLiteral("Preprocessing..."));
     dialog->setLabelText(QStringLiteral("Preprocessing..."));
     dialog->setModal(true);
     UTIL_centerOverWidget(dialog, this);

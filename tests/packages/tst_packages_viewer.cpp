@@ -204,7 +204,7 @@ private slots:
         QCOMPARE(viewer.getTableWidget()->item(1, 1)->text(), QStringLiteral("20"));
 
         // A second package from this window goes to a window of its own.
-        viewer.fileOpen(temp.filePath(QStringLiteral("other.vpk")));
+        viewer.fileOpen(vpkPath);
         QCOMPARE(viewer.getPathLine()->text(), QStringLiteral(".../materials/brick"));
         QCOMPARE(tree->topLevelItemCount(), 1);
     }
