@@ -364,6 +364,15 @@ bool formatToRGBA8888(const QByteArray &source, unsigned int width, unsigned int
     uchar *d = reinterpret_cast<uchar *>(destination.data());
     const size_t pixels = size_t(width) * size_t(height);
 
+    if (format == DXT1_ONEBITALPHA) {
+        // Sized as DXT1 but read by the DXT5 decoder, which strides 16 bytes a
+        // block: it sees the buffer followed by zeros, never memory beyond it.
+        QByteArray padded(keep.size() * 2, 0);
+        std::memcpy(padded.data(), keep.constData(), size_t(keep.size()));
+        BlockCoder::decode(reinterpret_cast<const uchar *>(padded.constData()), width, height,
+                           format, d);
+        return true;
+    }
     if (BlockCoder::isBlockFormat(format)) {
         BlockCoder::decode(s, width, height, format, d);
         return true;

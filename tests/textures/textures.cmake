@@ -1,0 +1,1 @@
+zirk_add_test(tst_textures_formats SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_textures_formats.cpp)
