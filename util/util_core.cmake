@@ -1,0 +1,23 @@
+list(APPEND ZIRK_CORE_SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/Util.h
+    ${CMAKE_CURRENT_LIST_DIR}/UtilPath.h
+    ${CMAKE_CURRENT_LIST_DIR}/UtilPath.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/UtilText.h
+    ${CMAKE_CURRENT_LIST_DIR}/UtilText.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/UtilDevice.h
+    ${CMAKE_CURRENT_LIST_DIR}/UtilDevice.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/UtilContainers.h
+    ${CMAKE_CURRENT_LIST_DIR}/CFileClass.h
+    ${CMAKE_CURRENT_LIST_DIR}/CFileClass.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/IFileClass.h
+    ${CMAKE_CURRENT_LIST_DIR}/CPair.h
+    ${CMAKE_CURRENT_LIST_DIR}/CTriplet.h
+    ${CMAKE_CURRENT_LIST_DIR}/CVector2.h
+    ${CMAKE_CURRENT_LIST_DIR}/CVector3.h
+    ${CMAKE_CURRENT_LIST_DIR}/CVector3.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CVector4.h
+    ${CMAKE_CURRENT_LIST_DIR}/CNotifier.h
+    ${CMAKE_CURRENT_LIST_DIR}/CNotifier.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CNotificationRecorder.h
+    ${CMAKE_CURRENT_LIST_DIR}/CNotificationRecorder.cpp
+)
