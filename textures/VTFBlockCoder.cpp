@@ -6,6 +6,11 @@
 #include <thread>
 #include <vector>
 
+// A squish built with OpenMP runs its own team in every call. Weak, so that
+// nothing is required of a squish built without it: the runtime then is not
+// loaded and the pointer stays null.
+extern "C" void omp_set_num_threads(int) __attribute__((weak));
+
 namespace VTF {
 namespace BlockCoder {
 
@@ -85,6 +90,9 @@ void encode(const unsigned char *rgba, unsigned int width, unsigned int height, 
     workers.reserve(threads);
     for (unsigned int t = 0; t < threads; ++t) {
         workers.emplace_back([&, t]() {
+            // The bands already fill the cores: each codes on its thread alone.
+            if (omp_set_num_threads)
+                omp_set_num_threads(1);
             for (unsigned int first = t * bandRows; first < blockRows; first += threads * bandRows)
                 codeBand(first, std::min(blockRows, first + bandRows));
         });
