@@ -3,6 +3,7 @@
 //   uncompressed conversions in MB/s of RGBA,
 //   loading a VTF against reading its bytes,
 //   encoding a DXT5 chain in bands on all cores against one squish call a mipmap.
+// "vs_baseline" is the wall time of a measurement over that of its baseline.
 
 #include "textures/CFileVTF.h"
 #include "textures/VTF.h"
@@ -17,11 +18,49 @@
 #endif
 #include <squish.h>
 
+#include <chrono>
 #include <cstring>
+#include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace {
+
+// Wall seconds per iteration of each baseline, so that the measurement beside
+// it can report its ratio in the same run.
+std::map<std::string, double> &baselines()
+{
+    static std::map<std::string, double> table;
+    return table;
+}
+
+class WallTimer
+{
+public:
+    WallTimer(benchmark::State &state, std::string key, bool baseline)
+        : state(state)
+        , key(std::move(key))
+        , baseline(baseline)
+        , start(std::chrono::steady_clock::now())
+    { }
+    ~WallTimer()
+    {
+        const double seconds
+            = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count()
+            / double(std::max<benchmark::IterationCount>(1, state.iterations()));
+        if (baseline)
+            baselines()[key] = seconds;
+        else if (baselines().count(key))
+            state.counters["vs_baseline"] = seconds / baselines()[key];
+    }
+
+private:
+    benchmark::State &state;
+    std::string key;
+    bool baseline;
+    std::chrono::steady_clock::time_point start;
+};
 
 QByteArray noiseImage(int width, int height)
 {
@@ -64,6 +103,7 @@ void BM_DecodeDXT5Chain_SquishDirect(benchmark::State &state)
 {
     const auto &chain = dxt5Chain();
     QByteArray rgba(2048 * 2048 * 4, Qt::Uninitialized);
+    WallTimer timer(state, "decode", true);
     for (auto _ : state) {
         int size = 2048;
         for (const QByteArray &blocks : chain) {
@@ -80,6 +120,7 @@ void BM_DecodeDXT5Chain_FormatToRGBA8888(benchmark::State &state)
 {
     const auto &chain = dxt5Chain();
     QByteArray rgba;
+    WallTimer timer(state, "decode", false);
     for (auto _ : state) {
         int size = 2048;
         for (const QByteArray &blocks : chain) {
@@ -169,6 +210,7 @@ const QString &bigTexturePath()
 void BM_LoadVTF4096_ReadAllBaseline(benchmark::State &state)
 {
     const QString path = bigTexturePath();
+    WallTimer timer(state, "load", true);
     for (auto _ : state) {
         QFile file(path);
         file.open(QIODevice::ReadOnly);
@@ -181,6 +223,7 @@ BENCHMARK(BM_LoadVTF4096_ReadAllBaseline)->Unit(benchmark::kMillisecond);
 void BM_LoadVTF4096_CreateFromFile(benchmark::State &state)
 {
     const QString path = bigTexturePath();
+    WallTimer timer(state, "load", false);
     for (auto _ : state) {
         QString error;
         std::unique_ptr<CFileVTF> vtf(CFileVTF::createFromFile(path, error));
@@ -200,10 +243,11 @@ const std::vector<QByteArray> &encodeChain()
     return chain;
 }
 
-void encodeChainWithOneCallEach(benchmark::State &state)
+void encodeChainWithOneCallEach(benchmark::State &state, bool baseline)
 {
     const auto &chain = encodeChain();
     QByteArray blocks(VTF::bytesPerSizeOfFormat(1024, 1024, VTF::DXT5), Qt::Uninitialized);
+    WallTimer timer(state, baseline ? "encode" : "encode-library", baseline);
     for (auto _ : state) {
         int size = 1024;
         for (const QByteArray &rgba : chain) {
@@ -223,7 +267,7 @@ void BM_EncodeDXT5Chain1024_OneSquishCallOneCore(benchmark::State &state)
     const int threads = omp_get_max_threads();
     omp_set_num_threads(1);
 #endif
-    encodeChainWithOneCallEach(state);
+    encodeChainWithOneCallEach(state, true);
 #ifdef _OPENMP
     omp_set_num_threads(threads);
 #endif
@@ -238,7 +282,7 @@ BENCHMARK(BM_EncodeDXT5Chain1024_OneSquishCallOneCore)
 // one call over the cores itself.
 void BM_EncodeDXT5Chain1024_OneSquishCallLibraryThreads(benchmark::State &state)
 {
-    encodeChainWithOneCallEach(state);
+    encodeChainWithOneCallEach(state, false);
 }
 BENCHMARK(BM_EncodeDXT5Chain1024_OneSquishCallLibraryThreads)
     ->Iterations(1)
@@ -250,6 +294,7 @@ void BM_EncodeDXT5Chain1024_FormatFromRGBA8888(benchmark::State &state)
 {
     const auto &chain = encodeChain();
     QByteArray blocks;
+    WallTimer timer(state, "encode", false);
     for (auto _ : state) {
         int size = 1024;
         for (const QByteArray &rgba : chain) {
