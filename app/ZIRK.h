@@ -123,6 +123,7 @@ private:
     QAction *makeAction(const QString &text, const QString &icon);
     QMdiSubWindow *showSubwindowShared(QWidget *widget);
     void logUnavailable(const char *tool);
+    void openTextureFromMessage(const QString &path);
 
     QStringList m_arguments;
     QIconProvider m_iconProvider;

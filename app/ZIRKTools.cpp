@@ -2,6 +2,9 @@
 // slots. Tool windows that are not part of this build yet log a line instead.
 #include "app/ZIRK.h"
 
+#include "textures/CFileVTF.h"
+
+#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 
@@ -40,11 +43,32 @@ void ZIRK::handleMessage(const QString &message)
         showVVMT(message);
         break;
     case RouteTexture:
-        showVVTF(message);
+        openTextureFromMessage(message);
         break;
     case RouteNone:
         break;
     }
+}
+
+void ZIRK::openTextureFromMessage(const QString &path)
+{
+    // A texture that cannot be read still gets an editor, without a file; the
+    // reason is not reported on this path.
+    CFileVTF *texture = nullptr;
+    QString error;
+    QFile file(path);
+    if (!file.exists()) {
+        error = QStringLiteral("Read Error: File does not exist");
+    } else if (!file.open(QIODevice::ReadOnly)) {
+        error = QStringLiteral("Read Error: Unable to open device");
+    } else {
+        texture = IFileClass<CFileVTF>::createFromDevice(file, error);
+        if (texture) {
+            texture->filePath = path;
+            texture->fileName = QFileInfo(path).baseName();
+        }
+    }
+    showVVTF(texture, QString());
 }
 
 void ZIRK::logUnavailable(const char *tool)
@@ -132,8 +156,9 @@ void ZIRK::showVVTF(const QString &)
     logUnavailable("VTF Editor");
 }
 
-void ZIRK::showVVTF(CFileVTF *, const QString &)
+void ZIRK::showVVTF(CFileVTF *file, const QString &)
 {
+    delete file;
     logUnavailable("VTF Editor");
 }
 
