@@ -336,6 +336,11 @@ private slots:
         click(viewer.getTreeWidget(), findItem(viewer, QStringLiteral("materials/metal")));
         doubleClick(table, 0);
         QVERIFY(!QFile::exists(QDir::tempPath() + QStringLiteral("/plate.vmt")));
+
+        // Textures are read in memory; one that does not parse opens nothing.
+        click(viewer.getTreeWidget(), findItem(viewer, QStringLiteral("materials/brick")));
+        doubleClick(table, 1);
+        QVERIFY(!QFile::exists(QDir::tempPath() + QStringLiteral("/wall.vtf")));
     }
 
     void extractingADirectoryRecreatesItsDirectories()
