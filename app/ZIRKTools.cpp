@@ -2,6 +2,7 @@
 // slots. Tool windows that are not part of this build yet log a line instead.
 #include "app/ZIRK.h"
 
+#include "packages/VPackage.h"
 #include "textures/CFileVTF.h"
 
 #include <QFile>
@@ -78,12 +79,12 @@ void ZIRK::logUnavailable(const char *tool)
 
 void ZIRK::showVPackage()
 {
-    logUnavailable("Package Viewer");
+    showSubwindowShared(new VPackage());
 }
 
-void ZIRK::showVPackage(const QString &)
+void ZIRK::showVPackage(const QString &path)
 {
-    logUnavailable("Package Viewer");
+    showSubwindowShared(new VPackage(path));
 }
 
 void ZIRK::showVMass()

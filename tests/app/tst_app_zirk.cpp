@@ -1,4 +1,5 @@
 #include "app/ZIRK.h"
+#include "packages/VPackage.h"
 
 #include "ZirkTest.h"
 
@@ -154,6 +155,41 @@ private Q_SLOTS:
         m_window->handleMessage(m_dir.path());
         QCOMPARE(outputText(), before);
         QCOMPARE(m_window->getWorkspace()->subWindowList().size(), 1);
+    }
+
+    void packagesOpenAViewer_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("lower case") << "pak01_dir.vpk";
+        QTest::newRow("upper case suffix") << "PAK02_DIR.VPK";
+    }
+
+    void packagesOpenAViewer()
+    {
+        QFETCH(QString, name);
+        // A directory file with a header and an empty tree.
+        const QString path = m_dir.filePath(name);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        const char vpk[] = { '\x34', '\x12', '\xAA', '\x55', 1, 0, 0, 0, 1, 0, 0, 0, 0 };
+        file.write(vpk, sizeof vpk);
+        file.close();
+        // A failure would show a modal warning; answer it rather than hang.
+        QTimer guard;
+        connect(&guard, &QTimer::timeout, [] {
+            if (QWidget *modal = QApplication::activeModalWidget())
+                modal->close();
+        });
+        guard.start(100);
+
+        const int before = m_window->getWorkspace()->subWindowList().size();
+        m_window->handleMessage(path);
+        const QList<QMdiSubWindow *> windows
+            = m_window->getWorkspace()->subWindowList(QMdiArea::CreationOrder);
+        QCOMPARE(windows.size(), before + 1);
+        QVERIFY(qobject_cast<VPackage *>(windows.last()->widget()));
+        windows.last()->close();
+        QTRY_COMPARE(m_window->getWorkspace()->subWindowList().size(), before);
     }
 
     void recentFiles()
