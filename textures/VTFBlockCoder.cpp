@@ -1,0 +1,97 @@
+#include "textures/VTFBlockCoder.h"
+
+#include <squish.h>
+
+#include <algorithm>
+#include <thread>
+#include <vector>
+
+namespace VTF {
+namespace BlockCoder {
+
+bool isBlockFormat(Format_t format)
+{
+    return format == DXT1 || format == DXT3 || format == DXT5 || format == DXT1_ONEBITALPHA;
+}
+
+static int blockBytes(Format_t format)
+{
+    return (format == DXT1 || format == DXT1_ONEBITALPHA) ? 8 : 16;
+}
+
+void decode(const unsigned char *blocks, unsigned int width, unsigned int height, Format_t format,
+            unsigned char *rgba)
+{
+    // The one-bit-alpha variant goes through the DXT5 decoder, as it always has.
+    int flags = squish::kDxt5;
+    if (format == DXT1)
+        flags = squish::kDxt1;
+    else if (format == DXT3)
+        flags = squish::kDxt3;
+    squish::DecompressImage(rgba, int(width), int(height), blocks, flags);
+}
+
+int encodeFlags(Format_t format)
+{
+    switch (format) {
+    case DXT1:
+        return squish::kDxt1 | squish::kColourIterativeClusterFit;
+    case DXT3:
+        return squish::kDxt3 | squish::kColourIterativeClusterFit | squish::kWeightColourByAlpha;
+    case DXT5:
+        return squish::kDxt5 | squish::kColourIterativeClusterFit | squish::kWeightColourByAlpha;
+    case DXT1_ONEBITALPHA:
+        return squish::kDxt1 | squish::kColourIterativeClusterFit | squish::kWeightColourByAlpha;
+    default:
+        return 0;
+    }
+}
+
+const float *perceptualMetric()
+{
+    static const float metric[3] = { 0.2126f, 0.7152f, 0.0722f };
+    return metric;
+}
+
+void encode(const unsigned char *rgba, unsigned int width, unsigned int height, Format_t format,
+            unsigned char *blocks, unsigned int threads)
+{
+    const int flags = encodeFlags(format);
+    float *metric = const_cast<float *>(perceptualMetric());
+    const unsigned int blockRows = (height + 3) / 4;
+    const size_t rowBlockBytes = size_t((width + 3) / 4) * size_t(blockBytes(format));
+    const size_t rowPixelBytes = size_t(width) * 4;
+
+    if (threads == 0)
+        threads = std::max(1u, std::thread::hardware_concurrency());
+    // Small images are not worth a thread; a band holds at least a few block rows.
+    threads = std::min(threads, std::max(1u, blockRows / 2));
+
+    auto codeBand = [&](unsigned int firstRow, unsigned int lastRow) {
+        const unsigned int top = firstRow * 4;
+        const unsigned int bandHeight = std::min(height, lastRow * 4) - top;
+        squish::CompressImage(rgba + size_t(top) * rowPixelBytes, int(width), int(bandHeight),
+                              blocks + size_t(firstRow) * rowBlockBytes, flags, metric);
+    };
+
+    if (threads <= 1) {
+        codeBand(0, blockRows);
+        return;
+    }
+
+    // Interleaved small bands balance uneven content (flat areas code fast).
+    const unsigned int bandRows = std::max(1u, blockRows / (threads * 8));
+    std::vector<std::thread> workers;
+    workers.reserve(threads);
+    for (unsigned int t = 0; t < threads; ++t) {
+        workers.emplace_back([&, t]() {
+            for (unsigned int first = t * bandRows; first < blockRows; first += threads * bandRows)
+                codeBand(first, std::min(blockRows, first + bandRows));
+        });
+    }
+    for (std::thread &worker : workers)
+        worker.join();
+}
+
+} // namespace BlockCoder
+} // namespace VTF
