@@ -1,0 +1,2 @@
+zirk_add_test(tst_vtfedit_widgets GUI SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_vtfedit_widgets.cpp
+                                              ${CMAKE_CURRENT_LIST_DIR}/VtfEditTestSupport.h)
