@@ -87,7 +87,7 @@ VTFMass::VTFMass(QWidget *parent)
 
     pageList = new QListWidget(this);
     pageList->addItems({ QStringLiteral("Basic Settings"), QStringLiteral("Mode Settings") });
-    pageList->setMaximumWidth(140);
+    pageList->setFixedWidth(pageList->sizeHintForColumn(0) + 2 * pageList->frameWidth() + 12);
 
     pages = new QStackedWidget(this);
     pages->addWidget(buildBasicPage());
