@@ -18,9 +18,9 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSignalBlocker>
 #include <QStackedWidget>
 #include <QTextEdit>
-#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include <memory>
@@ -66,8 +66,8 @@ QListWidget *makeFlagList(QWidget *parent)
     auto *list = new QListWidget(parent);
     for (int bit = 0; bit < 32; ++bit) {
         const quint32 flag = 1u << bit;
-        auto *item = new QListWidgetItem(
-            QString::fromLatin1(VTF::getFlagName(VTF::Flags_t(flag))), list);
+        auto *item
+            = new QListWidgetItem(QString::fromLatin1(VTF::getFlagName(VTF::Flags_t(flag))), list);
         // The alpha bits follow the format and the envmap bit the faces.
         const bool locked = flag == VTF::FlagOneBitAlpha || flag == VTF::FlagEightBitAlpha
             || flag == VTF::FlagEnvironmentMap;
@@ -155,8 +155,10 @@ QWidget *VTFMass::buildBasicPage()
         if (!path.isEmpty())
             edit->setText(path);
     };
-    connect(sourceBrowse, &QPushButton::clicked, this, [this, browse] { browse(sourceEdit, false); });
-    connect(targetBrowse, &QPushButton::clicked, this, [this, browse] { browse(targetEdit, true); });
+    connect(sourceBrowse, &QPushButton::clicked, this,
+            [this, browse] { browse(sourceEdit, false); });
+    connect(targetBrowse, &QPushButton::clicked, this,
+            [this, browse] { browse(targetEdit, true); });
 
     auto *filterGroup = new QGroupBox(QStringLiteral("Name Filter"), page);
     filterEdit = new QLineEdit(filterGroup);
@@ -232,6 +234,8 @@ QWidget *VTFMass::buildResourcesGroup(int set)
     }
     ts0Edits[set] = new QLineEdit(QStringLiteral("0x00000000"), ts0);
     ts0Layout->addWidget(ts0Edits[set], 1, 0, 1, 3);
+    lodLayout->setRowStretch(4, 1);
+    ts0Layout->setRowStretch(2, 1);
     auto *layout = new QHBoxLayout(group);
     layout->addWidget(lod);
     layout->addWidget(ts0);

@@ -28,8 +28,8 @@
 
 namespace {
 
-const char *const ImageSuffixes[] = { "png", "jpg", "jpeg", "tiff", "tif", "bmp", "gif",
-                                      "ppm", "pgm", "pbm", "xpm", "xbm" };
+const char *const ImageSuffixes[]
+    = { "png", "jpg", "jpeg", "tiff", "tif", "bmp", "gif", "ppm", "pgm", "pbm", "xpm", "xbm" };
 
 bool takesFile(VTFMass::Mode mode, const QString &suffix)
 {
@@ -207,7 +207,8 @@ void VTFMass::applyResources(CFileVTF &vtf, int set)
     if (ts0Actions[set][ResourceRemove]->isChecked()) {
         vtf.removeResourceOfType(Resource::TS0);
     } else if (ts0Actions[set][ResourceApply]->isChecked()) {
-        vtf.addResourceOfType(Resource::TS0)->data = ts0Edits[set]->text().trimmed().toUInt(nullptr, 16);
+        vtf.addResourceOfType(Resource::TS0)->data
+            = ts0Edits[set]->text().trimmed().toUInt(nullptr, 16);
     }
 }
 
@@ -347,7 +348,11 @@ bool VTFMass::exportTexture(const QString &path, const QString &targetDir, const
                 for (int slice = 0; slice <= lastSlice; ++slice) {
                     QString name = base;
                     if (indexed)
-                        name += QStringLiteral("_%1_%2_%3_%4").arg(mipmap).arg(frame).arg(face).arg(slice);
+                        name += QStringLiteral("_%1_%2_%3_%4")
+                                    .arg(mipmap)
+                                    .arg(frame)
+                                    .arg(face)
+                                    .arg(slice);
                     name += QLatin1Char('.') + format;
                     const QString targetPath = QDir(targetDir).filePath(name);
                     const QString targetShown = targetShownDir + name;
@@ -366,23 +371,27 @@ bool VTFMass::exportTexture(const QString &path, const QString &targetDir, const
                         logLine(QStringLiteral("Read Error: Unable to read %1").arg(quoted(shown)));
                         return false;
                     }
-                    std::unique_ptr<QImage> image(VTF::toQImage(
-                        rgba, width, height, VTF::DrawFlags_t(VTF::DrawRGB | VTF::DrawMask), false));
+                    std::unique_ptr<QImage> image(
+                        VTF::toQImage(rgba, width, height,
+                                      VTF::DrawFlags_t(VTF::DrawRGB | VTF::DrawMask), false));
                     QSaveFile file(targetPath);
                     if (!file.open(QIODevice::WriteOnly)) {
-                        logLine(QStringLiteral("Write Error: Unable to open %1").arg(quoted(targetShown)));
+                        logLine(QStringLiteral("Write Error: Unable to open %1")
+                                    .arg(quoted(targetShown)));
                         ok = false;
                         continue;
                     }
                     QImageWriter writer(&file, format.toLatin1());
                     if (!image || !writer.write(*image) || !file.flush()) {
                         file.cancelWriting();
-                        logLine(QStringLiteral("Write Error: Unable to write %1").arg(quoted(targetShown)));
+                        logLine(QStringLiteral("Write Error: Unable to write %1")
+                                    .arg(quoted(targetShown)));
                         ok = false;
                         continue;
                     }
                     if (!file.commit()) {
-                        logLine(QStringLiteral("Write Error: Unable to write %1").arg(quoted(targetShown)));
+                        logLine(QStringLiteral("Write Error: Unable to write %1")
+                                    .arg(quoted(targetShown)));
                         ok = false;
                     }
                 }

@@ -110,15 +110,13 @@ void VVTF::buildMenus()
     actionMipmapCount
         = make(editMenu, QStringLiteral("Mipmap Count..."), nullptr, &VVTF::vtfMipmapCount);
     faceMenu = editMenu->addMenu(QStringLiteral("Face Count"));
-    const char *faceTexts[3]
-        = { "One (Non-envmap)", "Six (Envmap)", "Seven (Envmap + Spheremap)" };
+    const char *faceTexts[3] = { "One (Non-envmap)", "Six (Envmap)", "Seven (Envmap + Spheremap)" };
     const unsigned char faceCounts[3] = { 1, 6, 7 };
     for (int i = 0; i < 3; ++i) {
         actionFaces[i] = faceMenu->addAction(QString::fromLatin1(faceTexts[i]));
         const unsigned char count = faceCounts[i];
-        connect(actionFaces[i], &QAction::triggered, this, [this, count] {
-            vtfSetFacesShared(count);
-        });
+        connect(actionFaces[i], &QAction::triggered, this,
+                [this, count] { vtfSetFacesShared(count); });
     }
 
     experimentalMenu = menuBar()->addMenu(QStringLiteral("Edit (Experimental)"));

@@ -202,11 +202,10 @@ private:
     void connectInfoEdits();
     void connectResourceEdits();
     bool replaceSelectedImage(const QImage &image);
-    bool runRangeDialog(const QString &title, unsigned char &firstMipmap,
-                        unsigned char &lastMipmap, unsigned short &firstFrame,
-                        unsigned short &lastFrame, unsigned char &firstFace,
-                        unsigned char &lastFace, unsigned short &firstSlice,
-                        unsigned short &lastSlice);
+    bool runRangeDialog(const QString &title, unsigned char &firstMipmap, unsigned char &lastMipmap,
+                        unsigned short &firstFrame, unsigned short &lastFrame,
+                        unsigned char &firstFace, unsigned char &lastFace,
+                        unsigned short &firstSlice, unsigned short &lastSlice);
     void afterShapeChange();
     void warn(const QString &text);
 

@@ -28,12 +28,15 @@ namespace {
 const char *const ImageFilter = "Supported Formats (*.png *.jpg *.jpeg *.tiff *.bmp *.gif *.ppm "
                                 "*.pgm *.pbm *.xpm *.xbm)";
 
-const char *const ExportFilters[]
-    = { "Portable Network Graphics (*.png)", "Joint Photographic Experts Group (*.jpg *.jpeg)",
-        "Tagged Image File Format (*.tiff)", "Windows Bitmap (*.bmp)",
-        "Portable Pixmap (*.ppm)",          "Portable Graymap (*.pgm)",
-        "Portable Bitmap (*.pbm)",          "X11 Pixmap (*.xpm)",
-        "X11 Bitmap (*.xbm)" };
+const char *const ExportFilters[] = { "Portable Network Graphics (*.png)",
+                                      "Joint Photographic Experts Group (*.jpg *.jpeg)",
+                                      "Tagged Image File Format (*.tiff)",
+                                      "Windows Bitmap (*.bmp)",
+                                      "Portable Pixmap (*.ppm)",
+                                      "Portable Graymap (*.pgm)",
+                                      "Portable Bitmap (*.pbm)",
+                                      "X11 Pixmap (*.xpm)",
+                                      "X11 Bitmap (*.xbm)" };
 
 // RGBA8888 of an image at the given size, resized with the filter when it differs.
 bool imageToRGBA(const QImage &image, unsigned short width, unsigned short height,
@@ -73,9 +76,9 @@ bool VVTF::getInterpolationType(MagickCore::FilterTypes &filter)
     for (int i = 1; i <= 29; ++i)
         names << QString::fromLatin1(VTF::magickFilterName(MagickCore::FilterTypes(i)));
     bool ok = false;
-    const QString chosen = QInputDialog::getItem(this, QStringLiteral("Resample"),
-                                                 QStringLiteral("Resample Filter:"), names, 11,
-                                                 false, &ok);
+    const QString chosen
+        = QInputDialog::getItem(this, QStringLiteral("Resample"),
+                                QStringLiteral("Resample Filter:"), names, 11, false, &ok);
     if (!ok)
         return false;
     filter = MagickCore::FilterTypes(names.indexOf(chosen) + 1);
@@ -144,8 +147,9 @@ bool VVTF::vtfImportShared(const QString &path)
     auto *file = new CFileVTF(static_cast<unsigned short>(qMin(width, 65535u)),
                               static_cast<unsigned short>(qMin(height, 65535u)));
     if (file->getWidth() != width || file->getHeight() != height)
-        return fail(QStringLiteral("Request Error: Invalid image size %1 x %2").arg(width).arg(height),
-                    file);
+        return fail(
+            QStringLiteral("Request Error: Invalid image size %1 x %2").arg(width).arg(height),
+            file);
     bool shaped = true;
     if (count > 1) {
         switch (options->framesAs()) {
@@ -172,8 +176,8 @@ bool VVTF::vtfImportShared(const QString &path)
         if (!reader.read(&image))
             return fail(reader.errorString(), file);
         QByteArray rgba;
-        if (!imageToRGBA(image, static_cast<unsigned short>(width), static_cast<unsigned short>(height),
-                         filter, rgba))
+        if (!imageToRGBA(image, static_cast<unsigned short>(width),
+                         static_cast<unsigned short>(height), filter, rgba))
             return fail(QStringLiteral("Device Error: Unable to read \"%1\"").arg(path), file);
         unsigned short frame = 0;
         unsigned char face = 0;
@@ -191,8 +195,8 @@ bool VVTF::vtfImportShared(const QString &path)
                 break;
             }
         }
-        file->setImage(rgba, static_cast<unsigned short>(width), static_cast<unsigned short>(height),
-                       top, frame, face, slice, false);
+        file->setImage(rgba, static_cast<unsigned short>(width),
+                       static_cast<unsigned short>(height), top, frame, face, slice, false);
     }
 
     // 3 to 7: the automatic operations, then the format.
@@ -243,9 +247,8 @@ void VVTF::vtfExport()
     for (const char *filter : ExportFilters)
         filters << QString::fromLatin1(filter);
     bool ok = false;
-    const QString filter = QInputDialog::getItem(this, QStringLiteral("Export"),
-                                                 QStringLiteral("Image Format:"), filters, 0,
-                                                 false, &ok);
+    const QString filter = QInputDialog::getItem(
+        this, QStringLiteral("Export"), QStringLiteral("Image Format:"), filters, 0, false, &ok);
     if (!ok)
         return;
     ZIRK *zirk = ZIRK::get();
@@ -269,8 +272,8 @@ bool VVTF::vtfExportShared(const QString &path)
     unsigned short lastSlice = treeSlice;
     if (treeMipmap == AllMipmaps)
         firstMipmap = 0;
-    vtf->validateDimensionRange(firstMipmap, lastMipmap, firstFrame, lastFrame, firstFace,
-                                lastFace, firstSlice, lastSlice);
+    vtf->validateDimensionRange(firstMipmap, lastMipmap, firstFrame, lastFrame, firstFace, lastFace,
+                                firstSlice, lastSlice);
     const int total = (lastMipmap - firstMipmap + 1) * (lastFrame - firstFrame + 1)
         * (lastFace - firstFace + 1) * (lastSlice - firstSlice + 1);
 
@@ -287,7 +290,11 @@ bool VVTF::vtfExportShared(const QString &path)
                     if (total > 1) {
                         target = info.dir().filePath(
                             base
-                            + QStringLiteral("_%1_%2_%3_%4").arg(mipmap).arg(frame).arg(face).arg(slice)
+                            + QStringLiteral("_%1_%2_%3_%4")
+                                  .arg(mipmap)
+                                  .arg(frame)
+                                  .arg(face)
+                                  .arg(slice)
                             + (suffix.isEmpty() ? QString() : QLatin1Char('.') + suffix));
                     }
                     QByteArray rgba;
@@ -301,8 +308,9 @@ bool VVTF::vtfExportShared(const QString &path)
                         warn(QStringLiteral("Read Error: Unable to read \"%1\"").arg(target));
                         return false;
                     }
-                    std::unique_ptr<QImage> image(VTF::toQImage(
-                        rgba, width, height, VTF::DrawFlags_t(VTF::DrawRGB | VTF::DrawMask), false));
+                    std::unique_ptr<QImage> image(
+                        VTF::toQImage(rgba, width, height,
+                                      VTF::DrawFlags_t(VTF::DrawRGB | VTF::DrawMask), false));
                     if (!image || !image->save(target)) {
                         warn(QStringLiteral("Write Error: Unable to write \"%1\"").arg(target));
                         return false;
@@ -449,9 +457,9 @@ void VVTF::vtfFrameCount()
     if (!vtf)
         return;
     bool ok = false;
-    const int count = QInputDialog::getInt(this, QStringLiteral("Frame Count"),
-                                           QStringLiteral("Frame Count:"), vtf->getFrameCount(),
-                                           1, 65536, 1, &ok);
+    const int count
+        = QInputDialog::getInt(this, QStringLiteral("Frame Count"), QStringLiteral("Frame Count:"),
+                               vtf->getFrameCount(), 1, 65536, 1, &ok);
     if (!ok)
         return;
     if (!vtf->setFrameCount(static_cast<unsigned short>(count))) {
@@ -473,9 +481,9 @@ void VVTF::vtfSliceCount()
             current = i;
     }
     bool ok = false;
-    const QString chosen = QInputDialog::getItem(this, QStringLiteral("Slice Count"),
-                                                 QStringLiteral("Slice Count:"), items, current,
-                                                 false, &ok);
+    const QString chosen
+        = QInputDialog::getItem(this, QStringLiteral("Slice Count"), QStringLiteral("Slice Count:"),
+                                items, current, false, &ok);
     if (!ok)
         return;
     if (!vtf->setSliceCount(static_cast<unsigned short>(chosen.toUInt()))) {
@@ -532,9 +540,9 @@ void VVTF::updateFaceActions()
         return;
     const unsigned char counts[3] = { 1, 6, 7 };
     for (int i = 0; i < 3; ++i)
-        actionFaces[i]->setIcon(QIcon(QStringLiteral(":/resources/icons/")
-                                      + QLatin1String(vtf->getFaceCount() == counts[i] ? "tick"
-                                                                                       : "cross")));
+        actionFaces[i]->setIcon(
+            QIcon(QStringLiteral(":/resources/icons/")
+                  + QLatin1String(vtf->getFaceCount() == counts[i] ? "tick" : "cross")));
 }
 
 bool VVTF::runRangeDialog(const QString &title, unsigned char &firstMipmap,
@@ -576,9 +584,9 @@ void VVTF::vtfGenerateMipmaps()
         return;
     const QStringList sizes = mipmapSizeList(vtf, vtf->getMipmapCount());
     bool ok = false;
-    const QString chosen = QInputDialog::getItem(this, QStringLiteral("Generate Mipmaps"),
-                                                 QStringLiteral("Source Mipmap:"), sizes, 0,
-                                                 false, &ok);
+    const QString chosen
+        = QInputDialog::getItem(this, QStringLiteral("Generate Mipmaps"),
+                                QStringLiteral("Source Mipmap:"), sizes, 0, false, &ok);
     if (!ok)
         return;
     const unsigned char source
@@ -600,8 +608,8 @@ void VVTF::vtfGenerateSpheremaps()
         return;
     unsigned char firstMipmap, lastMipmap, firstFace, lastFace;
     unsigned short firstFrame, lastFrame, firstSlice, lastSlice;
-    if (!runRangeDialog(QStringLiteral("Generate Spheremaps"), firstMipmap, lastMipmap,
-                        firstFrame, lastFrame, firstFace, lastFace, firstSlice, lastSlice))
+    if (!runRangeDialog(QStringLiteral("Generate Spheremaps"), firstMipmap, lastMipmap, firstFrame,
+                        lastFrame, firstFace, lastFace, firstSlice, lastSlice))
         return;
     QApplication::setOverrideCursor(Qt::WaitCursor);
     const bool ok = vtf->generateSphereMaps(firstMipmap, lastMipmap, firstFrame, lastFrame,
@@ -622,13 +630,13 @@ void VVTF::vtfCorrectGamma()
                         lastFrame, firstFace, lastFace, firstSlice, lastSlice))
         return;
     bool ok = false;
-    const double gamma = QInputDialog::getDouble(this, QStringLiteral("Correct Gamma"),
-                                                 QStringLiteral("Gamma Correction:"), 1.0, 0.0,
-                                                 FLT_MAX, 6, &ok);
+    const double gamma
+        = QInputDialog::getDouble(this, QStringLiteral("Correct Gamma"),
+                                  QStringLiteral("Gamma Correction:"), 1.0, 0.0, FLT_MAX, 6, &ok);
     if (!ok)
         return;
-    vtf->correctImageGamma(float(gamma), firstMipmap, lastMipmap, firstFrame, lastFrame,
-                           firstFace, lastFace, firstSlice, lastSlice);
+    vtf->correctImageGamma(float(gamma), firstMipmap, lastMipmap, firstFrame, lastFrame, firstFace,
+                           lastFace, firstSlice, lastSlice);
     afterShapeChange();
 }
 
@@ -638,8 +646,8 @@ void VVTF::vtfComputeReflectivity()
         return;
     unsigned char firstMipmap, lastMipmap, firstFace, lastFace;
     unsigned short firstFrame, lastFrame, firstSlice, lastSlice;
-    if (!runRangeDialog(QStringLiteral("Compute Reflectivity"), firstMipmap, lastMipmap,
-                        firstFrame, lastFrame, firstFace, lastFace, firstSlice, lastSlice))
+    if (!runRangeDialog(QStringLiteral("Compute Reflectivity"), firstMipmap, lastMipmap, firstFrame,
+                        lastFrame, firstFace, lastFace, firstSlice, lastSlice))
         return;
     float red = 0.0f;
     float green = 0.0f;

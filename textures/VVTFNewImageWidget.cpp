@@ -52,8 +52,7 @@ VVTFNewImageWidget::VVTFNewImageWidget(QWidget *parent)
     layout->addWidget(autoGroup);
     layout->addWidget(resizeBox);
 
-    connect(formatCombo, &QComboBox::currentIndexChanged, this,
-            &VVTFNewImageWidget::formatChanged);
+    connect(formatCombo, &QComboBox::currentIndexChanged, this, &VVTFNewImageWidget::formatChanged);
     connect(facesRadio, &QRadioButton::toggled, this, &VVTFNewImageWidget::framesAsToggled);
 
     setImageCount(1);

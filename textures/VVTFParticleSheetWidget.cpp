@@ -292,8 +292,8 @@ void VVTFParticleSheetWidget::normalLineChanged()
     Frame_t *current = frame();
     if (!edit || !current)
         return;
-    const int index = std::find(std::begin(coordEdits), std::end(coordEdits), edit)
-        - std::begin(coordEdits);
+    const int index
+        = std::find(std::begin(coordEdits), std::end(coordEdits), edit) - std::begin(coordEdits);
     if (index >= 16)
         return;
     bool ok = false;

@@ -36,7 +36,8 @@ QString unitText(float value)
 
 QString hexWord(quint32 value)
 {
-    return QStringLiteral("0x") + QString::number(value, 16).toUpper().rightJustified(8, QLatin1Char('0'));
+    return QStringLiteral("0x")
+        + QString::number(value, 16).toUpper().rightJustified(8, QLatin1Char('0'));
 }
 
 } // namespace
@@ -78,8 +79,7 @@ void VVTF::vtfFlagClicked(QListWidgetItem *item)
     const quint32 bit = 1u << row;
     // The alpha bits follow the format and the envmap bit the faces; a normal map can't be an
     // environment map.
-    if (isLockedFlag(bit)
-        || (bit == VTF::FlagNormalMap && vtf->hasFlag(VTF::FlagEnvironmentMap)))
+    if (isLockedFlag(bit) || (bit == VTF::FlagNormalMap && vtf->hasFlag(VTF::FlagEnvironmentMap)))
         return;
     vtf->setFlags(vtf->getFlags() ^ bit);
     const bool set = vtf->getFlags() & bit;
@@ -347,12 +347,14 @@ void VVTF::updateResourcesTab()
     updating = true;
     const Resource *crc = vtf->getResourceOfType(Resource::CRC);
     crcGroup->setChecked(crc != nullptr);
-    crcStatusLabel->setText(!crc ? QStringLiteral("Absent")
-                                 : (crc->data ? hexWord(crc->data) : QStringLiteral("Uncalculated")));
+    crcStatusLabel->setText(
+        !crc ? QStringLiteral("Absent")
+             : (crc->data ? hexWord(crc->data) : QStringLiteral("Uncalculated")));
     const Resource *lod = vtf->getResourceOfType(Resource::LOD);
     lodGroup->setChecked(lod != nullptr);
     for (int byte = 0; byte < 4; ++byte)
-        lodEdits[byte]->setText(lod ? QString::number((lod->data >> (byte * 8)) & 0xFF) : QString());
+        lodEdits[byte]->setText(lod ? QString::number((lod->data >> (byte * 8)) & 0xFF)
+                                    : QString());
     const Resource *ts0 = vtf->getResourceOfType(Resource::TS0);
     ts0Group->setChecked(ts0 != nullptr);
     ts0Edit->setText(hexWord(ts0 ? ts0->data : 0));

@@ -46,10 +46,8 @@ QWidget *VVTF::buildLayoutTab()
     layoutTree = new QTreeWidget;
     layoutTree->setHeaderHidden(true);
     layoutTree->setContextMenuPolicy(Qt::CustomContextMenu);
-    connect(layoutTree, &QTreeWidget::itemSelectionChanged, this,
-            &VVTF::vtfTreeSelectionChanged);
-    connect(layoutTree, &QTreeWidget::customContextMenuRequested, this,
-            &VVTF::vtfTreeContextMenu);
+    connect(layoutTree, &QTreeWidget::itemSelectionChanged, this, &VVTF::vtfTreeSelectionChanged);
+    connect(layoutTree, &QTreeWidget::customContextMenuRequested, this, &VVTF::vtfTreeContextMenu);
     return layoutTree;
 }
 
@@ -82,9 +80,8 @@ QSlider *VVTF::makeHdrSlider(int minimum, int maximum, int value, int tick)
     slider->setTickPosition(QSlider::TicksBelow);
     slider->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(slider, &QSlider::valueChanged, this, &VVTF::vtfHdrSliderChanged);
-    connect(slider, &QSlider::customContextMenuRequested, this, [slider, value] {
-        slider->setValue(value);
-    });
+    connect(slider, &QSlider::customContextMenuRequested, this,
+            [slider, value] { slider->setValue(value); });
     return slider;
 }
 
@@ -143,13 +140,15 @@ void VVTF::updateTabLayout()
         unsigned short width = 0;
         unsigned short height = 0;
         vtf->getMipmapSize(static_cast<unsigned char>(mipmap), width, height);
-        auto *mipItem = new QTreeWidgetItem(layoutTree, { QStringLiteral("%1 x %2").arg(width).arg(height) });
+        auto *mipItem
+            = new QTreeWidgetItem(layoutTree, { QStringLiteral("%1 x %2").arg(width).arg(height) });
         mipItem->setData(0, RoleMipmap, mipmap);
         mipItem->setData(0, RoleFrame, int(AllFrames));
         mipItem->setData(0, RoleFace, int(AllFaces));
         mipItem->setData(0, RoleSlice, int(AllSlices));
         for (int frame = 0; frame < frames; ++frame) {
-            auto *frameItem = new QTreeWidgetItem(mipItem, { QStringLiteral("Frame %1").arg(frame) });
+            auto *frameItem
+                = new QTreeWidgetItem(mipItem, { QStringLiteral("Frame %1").arg(frame) });
             frameItem->setData(0, RoleMipmap, mipmap);
             frameItem->setData(0, RoleFrame, frame);
             frameItem->setData(0, RoleFace, int(AllFaces));
@@ -157,10 +156,11 @@ void VVTF::updateTabLayout()
             QList<QTreeWidgetItem *> faceParents;
             if (faces > 1) {
                 for (int face = 0; face < faces; ++face) {
-                    auto *faceItem = new QTreeWidgetItem(
-                        frameItem,
-                        { QStringLiteral("Face ")
-                          + QString::fromLatin1(VTF::getEnvFaceName(static_cast<unsigned char>(face))) });
+                    auto *faceItem
+                        = new QTreeWidgetItem(frameItem,
+                                              { QStringLiteral("Face ")
+                                                + QString::fromLatin1(VTF::getEnvFaceName(
+                                                    static_cast<unsigned char>(face))) });
                     faceItem->setData(0, RoleMipmap, mipmap);
                     faceItem->setData(0, RoleFrame, frame);
                     faceItem->setData(0, RoleFace, face);
@@ -173,8 +173,8 @@ void VVTF::updateTabLayout()
             if (slices > 1) {
                 for (int face = 0; face < faceParents.size(); ++face) {
                     for (int slice = 0; slice < slices; ++slice) {
-                        auto *sliceItem = new QTreeWidgetItem(faceParents[face],
-                                                              { QStringLiteral("Slice %1").arg(slice) });
+                        auto *sliceItem = new QTreeWidgetItem(
+                            faceParents[face], { QStringLiteral("Slice %1").arg(slice) });
                         sliceItem->setData(0, RoleMipmap, mipmap);
                         sliceItem->setData(0, RoleFrame, frame);
                         sliceItem->setData(0, RoleFace, faces > 1 ? face : 0);
@@ -223,8 +223,11 @@ void VVTF::vtfTreeContextMenu(const QPoint &position)
     menu.addAction(actionFromFile);
     menu.addAction(actionFromImage);
     menu.addSeparator();
-    const QList<QAction *> edits = { actionCopy, actionPaste, actionGenerateMipmaps,
-                                     actionGenerateSpheremaps, actionCorrectGamma,
+    const QList<QAction *> edits = { actionCopy,
+                                     actionPaste,
+                                     actionGenerateMipmaps,
+                                     actionGenerateSpheremaps,
+                                     actionCorrectGamma,
                                      actionComputeReflectivity };
     for (QAction *action : edits)
         menu.addAction(action);
@@ -337,8 +340,9 @@ void VVTF::vtfToggleTile()
 void VVTF::vtfToggleMask()
 {
     drawFlags ^= VTF::DrawMask;
-    actionMask->setIcon(QIcon(QStringLiteral(":/resources/icons/")
-                              + QString::fromLatin1((drawFlags & VTF::DrawMask) ? "tick" : "cross")));
+    actionMask->setIcon(
+        QIcon(QStringLiteral(":/resources/icons/")
+              + QString::fromLatin1((drawFlags & VTF::DrawMask) ? "tick" : "cross")));
     if (imageLoaded)
         updateActiveImage();
 }

@@ -5,8 +5,8 @@
 #include "textures/VTFMass.h"
 
 #include <QApplication>
-#include <QComboBox>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QImage>
 #include <QLineEdit>
 #include <QPushButton>

@@ -72,8 +72,7 @@ inline CFileVTF *makeTexture(unsigned short width, unsigned short height, unsign
         unsigned short h = 0;
         vtf->getMipmapSize(static_cast<unsigned char>(mipmap), w, h);
         QByteArray rgba;
-        for (int i = 0; i < w * h; ++i)
-        {
+        for (int i = 0; i < w * h; ++i) {
             const char texel[4] = { char(qRed(colour)), char(qGreen(colour)), char(qBlue(colour)),
                                     char(qAlpha(colour)) };
             rgba.append(texel, 4);

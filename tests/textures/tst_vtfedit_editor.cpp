@@ -1,5 +1,5 @@
-#include "ZirkTest.h"
 #include "VtfEditTestSupport.h"
+#include "ZirkTest.h"
 
 #include "textures/VVTF.h"
 #include "textures/VVTFNewImageWidget.h"
@@ -372,9 +372,16 @@ private slots:
     void spriteSheetButtonStoresTheEdit()
     {
         CFileVTF *vtf = makeTexture(8, 8);
-        QByteArray sheet = QByteArray::fromHex("00000000" "01000000" "00000000" "00000000"
-                                               "01000000" "0000803f"
-                                               "0000803f" "00000000" "00000000" "0000803f"
+        QByteArray sheet = QByteArray::fromHex("00000000"
+                                               "01000000"
+                                               "00000000"
+                                               "00000000"
+                                               "01000000"
+                                               "0000803f"
+                                               "0000803f"
+                                               "00000000"
+                                               "00000000"
+                                               "0000803f"
                                                "0000803f");
         vtf->addResourceOfType(CFileVTF::Resource_t::Sheet)->bytes = sheet;
         VVTF window(vtf, QString());
@@ -651,7 +658,8 @@ private slots:
         ZIRK_REQUIRE_SAMPLES(samples);
         int opened = 0;
         int refused = 0;
-        for (const QString &folder : { QStringLiteral("vtf"), QStringLiteral("vtf_from_pakfile") }) {
+        for (const QString &folder :
+             { QStringLiteral("vtf"), QStringLiteral("vtf_from_pakfile") }) {
             QDirIterator it(samples + QLatin1Char('/') + folder, { QStringLiteral("*.vtf") },
                             QDir::Files);
             while (it.hasNext()) {

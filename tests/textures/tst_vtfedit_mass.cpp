@@ -1,5 +1,5 @@
-#include "ZirkTest.h"
 #include "VtfEditTestSupport.h"
+#include "ZirkTest.h"
 
 #include "textures/VTFMass.h"
 #include "textures/VVTFResizeParametersBox.h"
@@ -91,7 +91,8 @@ private slots:
         QTemporaryDir source;
         QTemporaryDir target;
         writeImage(source.filePath(QStringLiteral("stone.png")), 64, 32, qRgba(90, 90, 90, 255));
-        writeImage(source.filePath(QStringLiteral("sub/grass.png")), 100, 60, qRgba(0, 200, 0, 128));
+        writeImage(source.filePath(QStringLiteral("sub/grass.png")), 100, 60,
+                   qRgba(0, 200, 0, 128));
         writeImage(source.filePath(QStringLiteral("sub/note.bmp")), 16, 16, qRgba(1, 2, 3, 255));
         writeBytes(source.filePath(QStringLiteral("sub/broken.png")), "no picture in here");
         writeBytes(source.filePath(QStringLiteral("readme.txt")), "not taken");
@@ -118,7 +119,8 @@ private slots:
         QCOMPARE(mass.controlButton->text(), QStringLiteral("Return"));
         QCOMPARE(mass.pages->currentIndex(), int(VTFMass::LogPage));
 
-        std::unique_ptr<CFileVTF> stone = load(target.filePath(QStringLiteral("made/here/stone.vtf")));
+        std::unique_ptr<CFileVTF> stone
+            = load(target.filePath(QStringLiteral("made/here/stone.vtf")));
         QVERIFY(stone);
         QCOMPARE(stone->getWidth(), 64);
         QCOMPARE(stone->getHeight(), 32);
@@ -129,7 +131,8 @@ private slots:
         QByteArray rgba;
         QVERIFY(stone->getImage(0, 0, 0, 0, rgba));
         QVERIFY(qAbs(quint8(rgba[0]) - 90) < 8);
-        std::unique_ptr<CFileVTF> grass = load(target.filePath(QStringLiteral("made/here/sub/grass.vtf")));
+        std::unique_ptr<CFileVTF> grass
+            = load(target.filePath(QStringLiteral("made/here/sub/grass.vtf")));
         QCOMPARE(grass->getWidth(), 128);
         QCOMPARE(grass->getHeight(), 64);
 
@@ -165,14 +168,13 @@ private slots:
         const QStringList all = { QStringLiteral("Rock.vtf"), QStringLiteral("rock_mossy.vtf"),
                                   QStringLiteral("sand.vtf") };
         QTest::newRow("empty substring") << 0 << QString() << all;
-        QTest::newRow("substring") << 0 << QStringLiteral("ock")
-                                   << QStringList({ all[0], all[1] });
-        QTest::newRow("substring respects case") << 0 << QStringLiteral("Ro")
-                                                 << QStringList({ all[0] });
-        QTest::newRow("wildcard whole name") << 1 << QStringLiteral("r*")
-                                             << QStringList({ all[1] });
-        QTest::newRow("regex ignores case") << 2 << QStringLiteral("rock.*")
-                                            << QStringList({ all[0], all[1] });
+        QTest::newRow("substring") << 0 << QStringLiteral("ock") << QStringList({ all[0], all[1] });
+        QTest::newRow("substring respects case")
+            << 0 << QStringLiteral("Ro") << QStringList({ all[0] });
+        QTest::newRow("wildcard whole name")
+            << 1 << QStringLiteral("r*") << QStringList({ all[1] });
+        QTest::newRow("regex ignores case")
+            << 2 << QStringLiteral("rock.*") << QStringList({ all[0], all[1] });
     }
 
     void nameFilters()
@@ -201,16 +203,16 @@ private slots:
         QTest::addColumn<QString>("source");
         QTest::addColumn<QString>("target");
         QTest::addColumn<QString>("message");
-        QTest::newRow("bad regex") << 0 << 2 << QStringLiteral("[") << QStringLiteral("src")
-                                   << QStringLiteral("dst")
-                                   << QStringLiteral("Request Error: Name filter is not valid");
+        QTest::newRow("bad regex")
+            << 0 << 2 << QStringLiteral("[") << QStringLiteral("src") << QStringLiteral("dst")
+            << QStringLiteral("Request Error: Name filter is not valid");
         QTest::newRow("in place without overwrite")
             << 1 << 0 << QString() << QStringLiteral("src") << QStringLiteral("src")
             << QStringLiteral("Request Error: In-place modification of VTFs requires overwrite "
                               "permission");
-        QTest::newRow("missing source") << 0 << 0 << QString() << QStringLiteral("nothing")
-                                        << QStringLiteral("dst")
-                                        << QStringLiteral("Read Error: Source directory not readable");
+        QTest::newRow("missing source")
+            << 0 << 0 << QString() << QStringLiteral("nothing") << QStringLiteral("dst")
+            << QStringLiteral("Read Error: Source directory not readable");
         QTest::newRow("no target") << 0 << 0 << QString() << QStringLiteral("src") << QString()
                                    << QStringLiteral("Write Error: No target directory specified");
         QTest::newRow("target under a file")
@@ -239,7 +241,8 @@ private slots:
         mass.modeCombo->setCurrentIndex(mode);
         mass.filterModeCombo->setCurrentIndex(filterMode);
         mass.filterEdit->setText(filter);
-        setDirectories(mass, root.filePath(source), target.isEmpty() ? QString() : root.filePath(target));
+        setDirectories(mass, root.filePath(source),
+                       target.isEmpty() ? QString() : root.filePath(target));
         run(mass);
         QCOMPARE(mass.logText(), message);
         QCOMPARE(filesBelow(root.path()), before);
@@ -333,7 +336,8 @@ private slots:
         QTemporaryDir source;
         QTemporaryDir target;
         for (int i = 0; i < 5; ++i)
-            writeImage(source.filePath(QStringLiteral("f%1.png").arg(i)), 4, 4, qRgba(i, i, i, 255));
+            writeImage(source.filePath(QStringLiteral("f%1.png").arg(i)), 4, 4,
+                       qRgba(i, i, i, 255));
         VTFMass mass;
         mass.show();
         setDirectories(mass, source.path(), target.path());

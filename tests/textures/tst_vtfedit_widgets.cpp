@@ -1,5 +1,5 @@
-#include "ZirkTest.h"
 #include "VtfEditTestSupport.h"
+#include "ZirkTest.h"
 
 #include "textures/VVTFImageRangeWidget.h"
 #include "textures/VVTFNewImageWidget.h"
@@ -350,12 +350,14 @@ private slots:
     {
         ZIRK_REQUIRE_SAMPLES(samples);
         int sheets = 0;
-        for (const QString &folder : { QStringLiteral("vtf"), QStringLiteral("vtf_from_pakfile") }) {
+        for (const QString &folder :
+             { QStringLiteral("vtf"), QStringLiteral("vtf_from_pakfile") }) {
             QDirIterator it(samples + QLatin1Char('/') + folder, { QStringLiteral("*.vtf") },
                             QDir::Files);
             while (it.hasNext()) {
                 QString error;
-                std::unique_ptr<CFileVTF> vtf(IFileClass<CFileVTF>::createFromFile(it.next(), error));
+                std::unique_ptr<CFileVTF> vtf(
+                    IFileClass<CFileVTF>::createFromFile(it.next(), error));
                 const CFileVTF::Resource_t *sheet
                     = vtf ? vtf->getResourceOfType(CFileVTF::Resource_t::Sheet) : nullptr;
                 if (!sheet)

@@ -2,6 +2,7 @@
 // folder, inside the workbench, and photographs the screen with ImageMagick's import:
 //   vtfedit_shots editor TEXTURE.vtf OUT.png
 //   vtfedit_shots mass OUT.png
+//   vtfedit_shots settings OUT.png [0|1|2]
 // Meant to run under a virtual X server (tools/vtf_screenshots.sh).
 
 #include "app/ZIRK.h"
@@ -13,6 +14,7 @@
 #include <QComboBox>
 #include <QImage>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMdiSubWindow>
 #include <QProcess>
 #include <QPushButton>
@@ -33,7 +35,9 @@ int main(int argc, char **argv)
     qInitResources_ZIRK();
     const QStringList args = app.arguments();
     if (args.size() < 3 || (args[1] == QLatin1String("editor") && args.size() < 4)) {
-        std::fprintf(stderr, "usage: vtfedit_shots editor TEXTURE OUT.png | mass OUT.png\n");
+        std::fprintf(stderr,
+                     "usage: vtfedit_shots editor TEXTURE OUT.png | mass OUT.png | settings "
+                     "OUT.png [MODE]\n");
         return 2;
     }
     ZIRK *zirk = ZIRK::get(argc, argv);
@@ -49,6 +53,15 @@ int main(int argc, char **argv)
         if (sub)
             sub->showMaximized();
         editor->tabs->setCurrentIndex(1);
+    } else if (args[1] == QLatin1String("settings")) {
+        // The settings page of one kind of work: 0 images to textures, 1 modify, 2 to images.
+        out = args[2];
+        auto *mass = new VTFMass;
+        mass->modeCombo->setCurrentIndex(args.value(3).toInt());
+        QMdiSubWindow *sub = zirk->addWidgetToWorkspace(mass);
+        if (sub)
+            sub->showMaximized();
+        mass->pageList->setCurrentRow(1);
     } else {
         out = args[2];
         // A small folder: a few pictures in two levels and one file that is no picture.
@@ -73,9 +86,7 @@ int main(int argc, char **argv)
         QMdiSubWindow *sub = zirk->addWidgetToWorkspace(mass);
         if (sub)
             sub->showMaximized();
-        QTimer::singleShot(300, mass, [mass] {
-            mass->controlButton->click();
-        });
+        QTimer::singleShot(300, mass, [mass] { mass->controlButton->click(); });
     }
 
     int status = 0;
