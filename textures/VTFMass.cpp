@@ -133,6 +133,14 @@ VTFMass::VTFMass(QWidget *parent)
     resize(640, 480);
 }
 
+VTFMass::~VTFMass()
+{
+    // A line edit that loses focus while the widgets go reports editingFinished; by then this
+    // object is only a QWidget, so nothing of it may answer.
+    for (QObject *child : findChildren<QObject *>())
+        QObject::disconnect(child, nullptr, this, nullptr);
+}
+
 QWidget *VTFMass::buildBasicPage()
 {
     auto *page = new QWidget;

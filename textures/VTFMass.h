@@ -34,6 +34,7 @@ public:
     enum ResourceAction { ResourceApply, ResourceSkip, ResourceRemove };
 
     explicit VTFMass(QWidget *parent = nullptr);
+    ~VTFMass() override;
 
     Mode mode() const;
     bool isRunning() const { return running; }

@@ -55,6 +55,10 @@ VVTF::VVTF(CFileVTF *file, const QString &name, QWidget *parent)
 
 VVTF::~VVTF()
 {
+    // A line edit that loses focus while the widgets go reports editingFinished; by then this
+    // object is only a QMainWindow, so nothing of it may answer.
+    for (QObject *child : findChildren<QObject *>())
+        QObject::disconnect(child, nullptr, this, nullptr);
     animationTimer.stop();
     delete vtf;
 }

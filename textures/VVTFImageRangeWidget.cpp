@@ -28,6 +28,14 @@ VVTFImageRangeWidget::VVTFImageRangeWidget(QWidget *parent)
     }
 }
 
+VVTFImageRangeWidget::~VVTFImageRangeWidget()
+{
+    // A line edit that loses focus while the widgets go reports editingFinished; by then this
+    // object is only a QWidget, so nothing of it may answer.
+    for (QObject *child : findChildren<QObject *>())
+        QObject::disconnect(child, nullptr, this, nullptr);
+}
+
 void VVTFImageRangeWidget::construct(const CFileVTF *file, unsigned char firstMipmap,
                                      unsigned char lastMipmap, unsigned short firstFrame,
                                      unsigned short lastFrame, unsigned char firstFace,

@@ -15,6 +15,7 @@ class VVTFImageRangeWidget : public QWidget
 
 public:
     explicit VVTFImageRangeWidget(QWidget *parent = nullptr);
+    ~VVTFImageRangeWidget() override;
 
     // The range is validated against the file; values past the end (the "all" of a tree
     // selection) become the last index.

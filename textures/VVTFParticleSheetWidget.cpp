@@ -127,6 +127,14 @@ VVTFParticleSheetWidget::VVTFParticleSheetWidget(const QByteArray &data, QWidget
     updateWidgets();
 }
 
+VVTFParticleSheetWidget::~VVTFParticleSheetWidget()
+{
+    // A line edit that loses focus while the widgets go reports editingFinished; by then this
+    // object is only a QWidget, so nothing of it may answer.
+    for (QObject *child : findChildren<QObject *>())
+        QObject::disconnect(child, nullptr, this, nullptr);
+}
+
 bool VVTFParticleSheetWidget::parse(const QByteArray &data)
 {
     sequences.clear();

@@ -35,6 +35,7 @@ public:
     };
 
     explicit VVTFParticleSheetWidget(const QByteArray &data, QWidget *parent = nullptr);
+    ~VVTFParticleSheetWidget() override;
 
     void getData(QByteArray &data);
 
