@@ -265,6 +265,7 @@ bool CFileVTF::createFromStream(QDataStream &stream)
         return false;
     }
 
+    resources.clear();
     if (h.versionMinor > 2) {
         if (qint64(h.resourceCount) * 8 > bytesLeft(device))
             return incomplete();
@@ -326,10 +327,10 @@ bool CFileVTF::createFromStream(QDataStream &stream)
         lastError = QStringLiteral("Device Error: Seek failure");
         return false;
     }
-    return readImages(stream, start);
+    return readImages(stream);
 }
 
-bool CFileVTF::readImages(QDataStream &stream, qint64)
+bool CFileVTF::readImages(QDataStream &stream)
 {
     const VTFHeader_t &h = VTFHeader;
     QIODevice *device = stream.device();

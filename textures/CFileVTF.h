@@ -211,7 +211,7 @@ public:
     Mipmaps images;
 
 private:
-    bool readImages(QDataStream &stream, qint64 start);
+    bool readImages(QDataStream &stream);
     bool hasImage(unsigned char mipmap, unsigned short frame, unsigned char face,
                   unsigned short slice) const;
     bool isStructureEmpty() const;

@@ -8,6 +8,9 @@
 // Always on, also in release builds: a broken caller must stop, not scribble.
 #define resampler_assert(x) ((x) ? (void)0 : resampler_fail(#x, __LINE__))
 
+// Weights travel in 8-byte entries with 16-bit pixel indices.
+static_assert(sizeof(Resampler::Contrib) == 8, "Contrib must stay 8 bytes");
+
 namespace {
 
 typedef Resampler::Resample_Real Real;

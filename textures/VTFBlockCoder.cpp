@@ -3,8 +3,14 @@
 #include <squish.h>
 
 #include <algorithm>
+#include <cstring>
 #include <thread>
 #include <vector>
+
+// A squish built with OpenMP runs its own team in every call. Weak, so that
+// nothing is required of a squish built without it: the runtime then is not
+// loaded and the pointer stays null.
+extern "C" void omp_set_num_threads(int) __attribute__((weak));
 
 namespace VTF {
 namespace BlockCoder {
@@ -13,6 +19,9 @@ bool isBlockFormat(Format_t format)
 {
     return format == DXT1 || format == DXT3 || format == DXT5 || format == DXT1_ONEBITALPHA;
 }
+
+// Below this, decoding stays on the calling thread.
+constexpr size_t SmallImagePixels = 128 * 128;
 
 static int blockBytes(Format_t format)
 {
@@ -28,7 +37,23 @@ void decode(const unsigned char *blocks, unsigned int width, unsigned int height
         flags = squish::kDxt1;
     else if (format == DXT3)
         flags = squish::kDxt3;
-    squish::DecompressImage(rgba, int(width), int(height), blocks, flags);
+    if (size_t(width) * height > SmallImagePixels) {
+        squish::DecompressImage(rgba, int(width), int(height), blocks, flags);
+        return;
+    }
+    // Small images block by block, as DecompressImage does, but without waking
+    // a thread team for a few microseconds of work.
+    const int bytesPerBlock = (flags & squish::kDxt1) ? 8 : 16;
+    const size_t stride = size_t(width) * 4;
+    for (unsigned int y = 0; y < height; y += 4) {
+        for (unsigned int x = 0; x < width; x += 4, blocks += bytesPerBlock) {
+            unsigned char block[16 * 4];
+            squish::Decompress(block, blocks, flags);
+            const unsigned int rows = std::min(4u, height - y), columns = std::min(4u, width - x);
+            for (unsigned int py = 0; py < rows; ++py)
+                std::memcpy(rgba + (y + py) * stride + size_t(x) * 4, block + py * 16, columns * 4);
+        }
+    }
 }
 
 int encodeFlags(Format_t format)
@@ -85,6 +110,9 @@ void encode(const unsigned char *rgba, unsigned int width, unsigned int height, 
     workers.reserve(threads);
     for (unsigned int t = 0; t < threads; ++t) {
         workers.emplace_back([&, t]() {
+            // The bands already fill the cores: each codes on its thread alone.
+            if (omp_set_num_threads)
+                omp_set_num_threads(1);
             for (unsigned int first = t * bandRows; first < blockRows; first += threads * bandRows)
                 codeBand(first, std::min(blockRows, first + bandRows));
         });

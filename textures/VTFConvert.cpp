@@ -340,14 +340,17 @@ bool formatToRGBA8888(const QByteArray &source, unsigned int width, unsigned int
 {
     if (source.size() != bytesPerSizeOfFormat(width, height, format))
         return false;
-    if (format > UVLX8888 || format == P8 || format < NONE)
-        return false;
     const qint64 outBytes = qint64(width) * qint64(height) * 4;
     if (format == NONE || width == 0 || height == 0) {
         if (outBytes > MaxBlankBytes)
             return false;
         destination.resize(outBytes);
         return true;
+    }
+    if (format > UVLX8888 || format == P8 || format < NONE) {
+        if (outBytes <= MaxBlankBytes)
+            destination.resize(outBytes);
+        return false;
     }
     // The sizes above wrap; the buffer must really hold the image.
     if (source.size() != trueBytes(width, height, format))

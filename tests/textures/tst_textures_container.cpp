@@ -116,6 +116,7 @@ private slots:
     void writerRefusals();
     void writerOmissions();
     void newTextureShape();
+    void mutatedHeadersNeverCrash();
 };
 
 void TestTextureContainer::depthZeroIsOneSlice()
@@ -460,6 +461,50 @@ void TestTextureContainer::newTextureShape()
     CFileVTF odd(100, 0);
     QCOMPARE(odd.getWidth(), 1);
     QCOMPARE(int(odd.getMipmapCount()), 1);
+}
+
+void TestTextureContainer::mutatedHeadersNeverCrash()
+{
+    // A valid 7.4 file with a thumbnail, a sheet, a LOD and three DXT5 mipmaps,
+    // then damaged byte by byte in its header and directory.
+    CFileVTF vtf(16, 16);
+    vtf.setVersion(7, 4);
+    QVERIFY(vtf.setHighResImageFormat(VTF::DXT5));
+    QVERIFY(vtf.setLowResImageFormat(VTF::DXT1));
+    vtf.addResourceOfType(Resource::LOD);
+    QByteArray good;
+    QVERIFY(vtf.serialize(good));
+    QString error;
+    QVERIFY(load(good, error));
+
+    quint32 seed = 2024;
+    auto next = [&seed]() {
+        seed = seed * 1664525u + 1013904223u;
+        return seed >> 8;
+    };
+    int loaded = 0;
+    for (int round = 0; round < 3000; ++round) {
+        QByteArray bytes = good;
+        const int flips = 1 + int(next() % 4);
+        for (int i = 0; i < flips; ++i)
+            bytes[int(next() % 112)] = char(next());
+        if (round % 7 == 0)
+            bytes.truncate(int(next() % bytes.size()));
+        auto damaged = load(bytes, error);
+        if (!damaged)
+            continue;
+        ++loaded;
+        for (int m = 0; m < damaged->getMipmapCount(); ++m)
+            for (int f = 0; f < qMin<int>(damaged->getFrameCount(), 3); ++f)
+                for (int face = 0; face < damaged->getFaceCount(); ++face) {
+                    QByteArray rgba;
+                    damaged->getImage(m, f, face, 0, rgba);
+                }
+        QByteArray thumbnail, written;
+        damaged->getLowResImage(thumbnail);
+        damaged->serialize(written);
+    }
+    QVERIFY(loaded > 0);
 }
 
 QTEST_GUILESS_MAIN(TestTextureContainer)
