@@ -193,6 +193,7 @@ private:
     void updateFlagList();
     void updateInfoTab();
     void updateResourcesTab();
+    // Tick or cross on the face counts; mipmap generation wants at least two mipmaps.
     void updateFaceActions();
     void updateHdrSliders();
     void refreshAll();

@@ -543,6 +543,8 @@ void VVTF::updateFaceActions()
         actionFaces[i]->setIcon(
             QIcon(QStringLiteral(":/resources/icons/")
                   + QLatin1String(vtf->getFaceCount() == counts[i] ? "tick" : "cross")));
+    // A chain of one has nothing to generate.
+    actionGenerateMipmaps->setEnabled(vtf->getMipmapCount() >= 2);
 }
 
 bool VVTF::runRangeDialog(const QString &title, unsigned char &firstMipmap,

@@ -243,6 +243,7 @@ void VVTF::vtfTreeContextMenu(const QPoint &position)
     for (QAction *action : edits)
         action->setEnabled(true);
     actionFromImage->setEnabled(true);
+    updateFaceActions();
     vtfClipboardDataChanged();
 }
 

@@ -119,6 +119,14 @@ private slots:
         QVERIFY(window.nextButtons[1]->isEnabled());
     }
 
+    void mipmapGenerationWantsTwoMipmaps()
+    {
+        VVTF single(makeTexture(1, 1), QString());
+        QVERIFY(!single.actionGenerateMipmaps->isEnabled());
+        VVTF chain(makeTexture(2, 2), QString());
+        QVERIFY(chain.actionGenerateMipmaps->isEnabled());
+    }
+
     void stepsThroughLevels()
     {
         VVTF window(makeTexture(8, 8, 3), QString());
