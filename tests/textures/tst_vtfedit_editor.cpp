@@ -1,6 +1,7 @@
 #include "VtfEditTestSupport.h"
 #include "ZirkTest.h"
 
+#include "app/ZIRK.h"
 #include "textures/VVTF.h"
 #include "textures/VVTFNewImageWidget.h"
 #include "textures/VVTFParticleSheetWidget.h"
@@ -10,6 +11,7 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QDirIterator>
+#include <QFileDialog>
 #include <QGroupBox>
 #include <QInputDialog>
 #include <QLabel>
@@ -70,6 +72,15 @@ QString writeSixImageGif(const QTemporaryDir &dir)
     }
     Magick::writeImages(frames.begin(), frames.end(), path.toStdString());
     return path;
+}
+
+// Types a path into the file dialog's name field, as a user would.
+void typeFileName(QFileDialog *dialog, const QString &path)
+{
+    dialog->setDirectory(QFileInfo(path).path());
+    auto *edit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+    QVERIFY(edit);
+    edit->setText(QFileInfo(path).fileName());
 }
 
 } // namespace
@@ -691,6 +702,54 @@ private slots:
         }
         qInfo("%d sample textures opened, %d refused", opened, refused);
         QVERIFY(opened > 0);
+    }
+
+    // Last, as the workbench takes the message handler over.
+    void openAndSaveAsThroughTheSharedDialog()
+    {
+        QFile settings(dir.filePath(QStringLiteral("noitazilait.ini")));
+        QVERIFY(settings.open(QIODevice::WriteOnly));
+        settings.close();
+        QVERIFY(QDir::setCurrent(dir.path()));
+        ZIRK::get();
+        std::unique_ptr<CFileVTF> source(makeTexture(8, 8));
+        source->setVersion(7, 2);
+        const QString path = writeTexture(dir, QStringLiteral("picked.vtf"), source.get());
+
+        VVTF window;
+        QString title;
+        answerNextDialog([&title, path](QWidget *widget) {
+            auto *dialog = qobject_cast<QFileDialog *>(widget);
+            QVERIFY(dialog);
+            title = dialog->windowTitle();
+            typeFileName(dialog, path);
+            static_cast<QDialog *>(dialog)->accept();
+        });
+        window.actionOpen->trigger();
+        QCOMPARE(title, QStringLiteral("Open"));
+        QVERIFY(window.getFile());
+        QCOMPARE(window.windowTitle(), QStringLiteral("picked.vtf[*]"));
+
+        clickFlag(window, QStringLiteral("Clamp T"));
+        const QString renamed = dir.filePath(QStringLiteral("renamed"));
+        answerNextDialog([&title, renamed](QWidget *widget) {
+            auto *dialog = qobject_cast<QFileDialog *>(widget);
+            QVERIFY(dialog);
+            title = dialog->windowTitle();
+            typeFileName(dialog, renamed);
+            static_cast<QDialog *>(dialog)->accept();
+        });
+        window.actionSaveAs->trigger();
+        QCOMPARE(title, QStringLiteral("Save As"));
+        QVERIFY(QFileInfo::exists(renamed + QStringLiteral(".vtf")));
+        QVERIFY(!window.isWindowModified());
+        QCOMPARE(window.windowTitle(), QStringLiteral("renamed.vtf[*]"));
+        // The original stays as it was.
+        std::unique_ptr<CFileVTF> original = [&path] {
+            QString error;
+            return std::unique_ptr<CFileVTF>(IFileClass<CFileVTF>::createFromFile(path, error));
+        }();
+        QVERIFY(original && !original->hasFlag(VTF::FlagClampT));
     }
 };
 
