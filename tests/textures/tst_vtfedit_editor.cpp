@@ -138,6 +138,59 @@ private slots:
         QVERIFY(chain.actionGenerateMipmaps->isEnabled());
     }
 
+    void treeMenuOnTheThumbnail()
+    {
+        CFileVTF *vtf = makeTexture(16, 16);
+        QVERIFY(vtf->generateThumbnail());
+        VVTF window(vtf, QString());
+        showWindow(window);
+        window.tabs->setCurrentIndex(0);
+        QTreeWidgetItem *thumbnail = window.layoutTree->topLevelItem(0);
+        QCOMPARE(thumbnail->text(0), QStringLiteral("Thumbnail"));
+        QList<QPair<QString, bool>> entries;
+        auto readMenu = [&entries] {
+            auto *timer = new QTimer;
+            timer->setInterval(10);
+            QObject::connect(timer, &QTimer::timeout, [timer, &entries] {
+                auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+                if (!menu)
+                    return;
+                timer->stop();
+                timer->deleteLater();
+                entries.clear();
+                for (QAction *action : menu->actions())
+                    if (!action->isSeparator())
+                        entries.append({ action->text(), action->isEnabled() });
+                menu->close();
+            });
+            timer->start();
+        };
+        auto enabled = [&entries](const char *text) {
+            for (const auto &entry : std::as_const(entries))
+                if (entry.first == QLatin1String(text))
+                    return entry.second;
+            return false;
+        };
+
+        window.layoutTree->setCurrentItem(thumbnail);
+        readMenu();
+        emit window.layoutTree->customContextMenuRequested(
+            window.layoutTree->visualItemRect(thumbnail).center());
+        QVERIFY(enabled("From File..."));
+        QVERIFY(!enabled("From Image..."));
+        QVERIFY(!enabled("Generate Mipmaps..."));
+        QVERIFY(!enabled("Correct Gamma..."));
+
+        QTreeWidgetItem *top = window.layoutTree->topLevelItem(1);
+        window.layoutTree->setCurrentItem(top);
+        readMenu();
+        emit window.layoutTree->customContextMenuRequested(
+            window.layoutTree->visualItemRect(top).center());
+        QVERIFY(enabled("From Image..."));
+        QVERIFY(enabled("Generate Mipmaps..."));
+        QVERIFY(enabled("Copy"));
+    }
+
     void stepsThroughLevels()
     {
         VVTF window(makeTexture(8, 8, 3), QString());
