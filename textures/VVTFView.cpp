@@ -1,0 +1,419 @@
+// VVTF, second part: the layout tree, the image view and the view controls.
+#include "textures/VVTF.h"
+
+#include "textures/CFileVTF.h"
+
+#include <QAction>
+#include <QDockWidget>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QImage>
+#include <QLabel>
+#include <QMenu>
+#include <QPixmap>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QSlider>
+#include <QTabWidget>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+#include <memory>
+
+namespace {
+
+// Item data of a layout node: the four indices, with "all" below the node.
+enum { RoleMipmap = Qt::UserRole, RoleFrame, RoleFace, RoleSlice, RoleThumbnail };
+
+const char *const LevelNames[4] = { "Mipmap:", "Frame:", "Face:", "Slice:" };
+
+} // namespace
+
+void VVTF::buildTabs()
+{
+    tabs = new QTabWidget(this);
+    tabs->addTab(buildLayoutTab(), QStringLiteral("Layout"));
+    tabs->addTab(buildImageTab(), QStringLiteral("Image"));
+    tabs->addTab(buildFlagsTab(), QStringLiteral("Flags"));
+    tabs->addTab(buildInfoTab(), QStringLiteral("Info"));
+    tabs->addTab(buildResourcesTab(), QStringLiteral("Resources"));
+    setCentralWidget(tabs);
+}
+
+QWidget *VVTF::buildLayoutTab()
+{
+    layoutTree = new QTreeWidget;
+    layoutTree->setHeaderHidden(true);
+    layoutTree->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(layoutTree, &QTreeWidget::itemSelectionChanged, this, &VVTF::vtfTreeSelectionChanged);
+    connect(layoutTree, &QTreeWidget::customContextMenuRequested, this, &VVTF::vtfTreeContextMenu);
+    return layoutTree;
+}
+
+QWidget *VVTF::buildImageTab()
+{
+    auto *scroll = new QScrollArea;
+    scroll->setBackgroundRole(QPalette::Dark);
+    imageArea = new QWidget;
+    auto *grid = new QGridLayout(imageArea);
+    grid->setContentsMargins(0, 0, 0, 0);
+    grid->setSpacing(0);
+    imageLabel = new QLabel(imageArea);
+    grid->addWidget(imageLabel, 0, 0);
+    for (int i = 0; i < 3; ++i) {
+        tileLabels[i] = new QLabel(imageArea);
+        tileLabels[i]->hide();
+        grid->addWidget(tileLabels[i], i == 1 ? 1 : 0 + (i == 2), i == 1 ? 0 : 1);
+    }
+    scroll->setWidget(imageArea);
+    scroll->setAlignment(Qt::AlignCenter);
+    return scroll;
+}
+
+QSlider *VVTF::makeHdrSlider(int minimum, int maximum, int value, int tick)
+{
+    auto *slider = new QSlider(Qt::Horizontal);
+    slider->setRange(minimum, maximum);
+    slider->setValue(value);
+    slider->setTickInterval(tick);
+    slider->setTickPosition(QSlider::TicksBelow);
+    slider->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(slider, &QSlider::valueChanged, this, &VVTF::vtfHdrSliderChanged);
+    connect(slider, &QSlider::customContextMenuRequested, this,
+            [slider, value] { slider->setValue(value); });
+    return slider;
+}
+
+void VVTF::buildViewControls()
+{
+    auto *panel = new QWidget;
+    auto *grid = new QGridLayout(panel);
+    for (int level = 0; level < 4; ++level) {
+        grid->addWidget(new QLabel(QString::fromLatin1(LevelNames[level]), panel), level, 0);
+        previousButtons[level] = new QPushButton(QStringLiteral("<"), panel);
+        levelLabels[level] = new QLabel(QStringLiteral("0/0"), panel);
+        levelLabels[level]->setAlignment(Qt::AlignCenter);
+        nextButtons[level] = new QPushButton(QStringLiteral(">"), panel);
+        previousButtons[level]->setMaximumWidth(32);
+        nextButtons[level]->setMaximumWidth(32);
+        grid->addWidget(previousButtons[level], level, 1);
+        grid->addWidget(levelLabels[level], level, 2);
+        grid->addWidget(nextButtons[level], level, 3);
+        connect(previousButtons[level], &QPushButton::clicked, this,
+                [this, level] { vtfLevelStep(level, -1); });
+        connect(nextButtons[level], &QPushButton::clicked, this,
+                [this, level] { vtfLevelStep(level, 1); });
+    }
+    keySlider = makeHdrSlider(0, 800, 125, 80);
+    shiftSlider = makeHdrSlider(-100, 100, 40, 20);
+    gammaSlider = makeHdrSlider(0, 1600, 400, 160);
+    grid->addWidget(new QLabel(QStringLiteral("Key:"), panel), 4, 0);
+    grid->addWidget(keySlider, 4, 1, 1, 3);
+    grid->addWidget(new QLabel(QStringLiteral("Shift:"), panel), 5, 0);
+    grid->addWidget(shiftSlider, 5, 1, 1, 3);
+    grid->addWidget(new QLabel(QStringLiteral("Gamma:"), panel), 6, 0);
+    grid->addWidget(gammaSlider, 6, 1, 1, 3);
+    grid->setRowStretch(7, 1);
+
+    viewDock = new QDockWidget(QStringLiteral("View Controls"), this);
+    viewDock->setObjectName(QStringLiteral("View Controls"));
+    viewDock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetClosable);
+    viewDock->setWidget(panel);
+    addDockWidget(Qt::RightDockWidgetArea, viewDock);
+}
+
+void VVTF::updateTabLayout()
+{
+    const QSignalBlocker blocker(layoutTree);
+    layoutTree->clear();
+    if (!vtf)
+        return;
+    if (vtf->getLowResImageFormat() != VTF::NONE) {
+        auto *item = new QTreeWidgetItem(layoutTree, { QStringLiteral("Thumbnail") });
+        item->setData(0, RoleThumbnail, true);
+    }
+    const unsigned char faces = vtf->getFaceCount();
+    const unsigned short slices = vtf->getSliceCount();
+    const unsigned short frames = vtf->getFrameCount();
+    for (int mipmap = vtf->getMipmapCount() - 1; mipmap >= 0; --mipmap) {
+        unsigned short width = 0;
+        unsigned short height = 0;
+        vtf->getMipmapSize(static_cast<unsigned char>(mipmap), width, height);
+        auto *mipItem
+            = new QTreeWidgetItem(layoutTree, { QStringLiteral("%1 x %2").arg(width).arg(height) });
+        mipItem->setData(0, RoleMipmap, mipmap);
+        mipItem->setData(0, RoleFrame, int(AllFrames));
+        mipItem->setData(0, RoleFace, int(AllFaces));
+        mipItem->setData(0, RoleSlice, int(AllSlices));
+        for (int frame = 0; frame < frames; ++frame) {
+            auto *frameItem
+                = new QTreeWidgetItem(mipItem, { QStringLiteral("Frame %1").arg(frame) });
+            frameItem->setData(0, RoleMipmap, mipmap);
+            frameItem->setData(0, RoleFrame, frame);
+            frameItem->setData(0, RoleFace, int(AllFaces));
+            frameItem->setData(0, RoleSlice, int(AllSlices));
+            QList<QTreeWidgetItem *> faceParents;
+            if (faces > 1) {
+                for (int face = 0; face < faces; ++face) {
+                    auto *faceItem
+                        = new QTreeWidgetItem(frameItem,
+                                              { QStringLiteral("Face ")
+                                                + QString::fromLatin1(VTF::getEnvFaceName(
+                                                    static_cast<unsigned char>(face))) });
+                    faceItem->setData(0, RoleMipmap, mipmap);
+                    faceItem->setData(0, RoleFrame, frame);
+                    faceItem->setData(0, RoleFace, face);
+                    faceItem->setData(0, RoleSlice, int(AllSlices));
+                    faceParents.append(faceItem);
+                }
+            } else {
+                faceParents.append(frameItem);
+            }
+            if (slices > 1) {
+                for (int face = 0; face < faceParents.size(); ++face) {
+                    for (int slice = 0; slice < slices; ++slice) {
+                        auto *sliceItem = new QTreeWidgetItem(
+                            faceParents[face], { QStringLiteral("Slice %1").arg(slice) });
+                        sliceItem->setData(0, RoleMipmap, mipmap);
+                        sliceItem->setData(0, RoleFrame, frame);
+                        sliceItem->setData(0, RoleFace, faces > 1 ? face : 0);
+                        sliceItem->setData(0, RoleSlice, slice);
+                    }
+                }
+            }
+        }
+    }
+    treeMipmap = AllMipmaps;
+    treeFrame = AllFrames;
+    treeFace = AllFaces;
+    treeSlice = AllSlices;
+    thumbnailSelected = false;
+}
+
+void VVTF::vtfTreeSelectionChanged()
+{
+    const QList<QTreeWidgetItem *> selected = layoutTree->selectedItems();
+    if (!vtf || selected.isEmpty())
+        return;
+    QTreeWidgetItem *item = selected.first();
+    if (item->data(0, RoleThumbnail).toBool()) {
+        thumbnailSelected = true;
+        showThumbnail();
+        return;
+    }
+    thumbnailSelected = false;
+    treeMipmap = static_cast<unsigned char>(item->data(0, RoleMipmap).toInt());
+    treeFrame = static_cast<unsigned short>(item->data(0, RoleFrame).toInt());
+    treeFace = static_cast<unsigned char>(item->data(0, RoleFace).toInt());
+    treeSlice = static_cast<unsigned short>(item->data(0, RoleSlice).toInt());
+    unsigned char mipmap = treeMipmap;
+    unsigned short frame = treeFrame == AllFrames ? 0 : treeFrame;
+    unsigned char face = treeFace == AllFaces ? 0 : treeFace;
+    unsigned short slice = treeSlice == AllSlices ? 0 : treeSlice;
+    if (updateCurrentImage(mipmap, frame, face, slice))
+        updateActiveImage();
+}
+
+void VVTF::vtfTreeContextMenu(const QPoint &position)
+{
+    if (!vtf)
+        return;
+    QMenu menu(this);
+    menu.addAction(actionFromFile);
+    menu.addAction(actionFromImage);
+    menu.addSeparator();
+    const QList<QAction *> edits = { actionCopy,
+                                     actionPaste,
+                                     actionGenerateMipmaps,
+                                     actionGenerateSpheremaps,
+                                     actionCorrectGamma,
+                                     actionComputeReflectivity };
+    for (QAction *action : edits)
+        menu.addAction(action);
+    // On the thumbnail only replacement from a file or the clipboard makes sense.
+    const bool thumbnail = treeOnThumbnail();
+    actionFromImage->setEnabled(!thumbnail);
+    actionGenerateMipmaps->setEnabled(!thumbnail && vtf->getMipmapCount() >= 2);
+    actionGenerateSpheremaps->setEnabled(!thumbnail);
+    actionCorrectGamma->setEnabled(!thumbnail);
+    actionComputeReflectivity->setEnabled(!thumbnail);
+    actionCopy->setEnabled(!thumbnail);
+    menu.exec(layoutTree->viewport()->mapToGlobal(position));
+    for (QAction *action : edits)
+        action->setEnabled(true);
+    actionFromImage->setEnabled(true);
+    updateFaceActions();
+    vtfClipboardDataChanged();
+}
+
+void VVTF::normalizeCurTreeIndicies()
+{
+    if (treeMipmap == AllMipmaps)
+        treeMipmap = vtf && vtf->getMipmapCount() ? vtf->getMipmapCount() - 1 : 0;
+    if (treeFrame == AllFrames)
+        treeFrame = 0;
+    if (treeFace == AllFaces)
+        treeFace = 0;
+    if (treeSlice == AllSlices)
+        treeSlice = 0;
+}
+
+bool VVTF::updateCurrentImage(unsigned char mipmap, unsigned short frame, unsigned char face,
+                              unsigned short slice)
+{
+    if (!vtf)
+        return false;
+    vtf->forceValidateDimensions(mipmap, frame, face, slice);
+    QByteArray rgba;
+    if (!vtf->getImage(mipmap, frame, face, slice, rgba))
+        return false;
+    curMipmap = mipmap;
+    curFrame = frame;
+    curFace = face;
+    curSlice = slice;
+    curImage = rgba;
+    vtf->getMipmapSize(mipmap, curWidth, curHeight);
+    imageLoaded = true;
+    updateViewControls();
+    return true;
+}
+
+void VVTF::showImage(const QByteArray &rgba, unsigned short width, unsigned short height)
+{
+    std::unique_ptr<QImage> image(
+        VTF::toQImage(rgba, width, height, VTF::DrawFlags_t(drawFlags & 0x3F), true));
+    const QPixmap pixmap = image ? QPixmap::fromImage(*image) : QPixmap();
+    imageLabel->setPixmap(pixmap);
+    imageLabel->setFixedSize(width, height);
+    const bool tile = (drawFlags & (DrawTileRequested | DrawTileShown)) != 0;
+    drawFlags &= ~unsigned(DrawTileRequested | DrawTileShown);
+    if (tile) {
+        vtfToggleTile();
+    } else {
+        for (QLabel *label : tileLabels) {
+            label->clear();
+            label->hide();
+        }
+        imageArea->setFixedSize(width, height);
+    }
+}
+
+void VVTF::updateActiveImage()
+{
+    if (!imageLoaded)
+        return;
+    thumbnailSelected = false;
+    showImage(curImage, curWidth, curHeight);
+}
+
+void VVTF::showThumbnail()
+{
+    QByteArray rgba;
+    if (!vtf || !vtf->getLowResImage(rgba))
+        return;
+    showImage(rgba, vtf->getLowResImageWidth(), vtf->getLowResImageHeight());
+}
+
+void VVTF::vtfToggleTile()
+{
+    if (drawFlags & DrawTileShown) {
+        drawFlags &= ~unsigned(DrawTileShown);
+        for (QLabel *label : tileLabels) {
+            label->clear();
+            label->hide();
+        }
+        imageArea->setFixedSize(imageLabel->size());
+    } else {
+        drawFlags |= DrawTileShown;
+        const QPixmap pixmap = imageLabel->pixmap();
+        for (QLabel *label : tileLabels) {
+            label->setPixmap(pixmap);
+            label->setFixedSize(imageLabel->size());
+            label->show();
+        }
+        imageArea->setFixedSize(imageLabel->width() * 2, imageLabel->height() * 2);
+    }
+    const QSignalBlocker blocker(actionTile);
+    actionTile->setChecked(drawFlags & DrawTileShown);
+}
+
+void VVTF::vtfToggleMask()
+{
+    drawFlags ^= VTF::DrawMask;
+    actionMask->setIcon(
+        QIcon(QStringLiteral(":/resources/icons/")
+              + QString::fromLatin1((drawFlags & VTF::DrawMask) ? "tick" : "cross")));
+    if (imageLoaded)
+        updateActiveImage();
+}
+
+void VVTF::vtfToggleAnimation(bool on)
+{
+    if (!on || !vtf) {
+        animationTimer.stop();
+        return;
+    }
+    curFrame = static_cast<unsigned short>(vtf->getFirstFrame() - 1);
+    animationTimer.start();
+}
+
+void VVTF::vtfAnimationTimeout()
+{
+    if (!vtf)
+        return;
+    const unsigned short frames = vtf->getFrameCount();
+    unsigned short frame = static_cast<unsigned short>(curFrame + 1);
+    if (frames == 0 || frame > frames - 1)
+        frame = 0;
+    if (updateCurrentImage(curMipmap, frame, curFace, curSlice))
+        updateActiveImage();
+}
+
+void VVTF::vtfLevelStep(int level, int step)
+{
+    if (!vtf)
+        return;
+    int mipmap = curMipmap;
+    int frame = curFrame;
+    int face = curFace;
+    int slice = curSlice;
+    int *values[4] = { &mipmap, &frame, &face, &slice };
+    *values[level] = qMax(0, *values[level] + step);
+    if (updateCurrentImage(static_cast<unsigned char>(mipmap), static_cast<unsigned short>(frame),
+                           static_cast<unsigned char>(face), static_cast<unsigned short>(slice)))
+        updateActiveImage();
+}
+
+void VVTF::updateViewControls()
+{
+    if (!vtf)
+        return;
+    const int lasts[4] = { qMax(0, vtf->getMipmapCount() - 1), qMax(0, vtf->getFrameCount() - 1),
+                           qMax(0, vtf->getFaceCount() - 1), qMax(0, vtf->getSliceCount() - 1) };
+    const int values[4] = { curMipmap, curFrame, curFace, curSlice };
+    for (int level = 0; level < 4; ++level) {
+        levelLabels[level]->setText(QStringLiteral("%1/%2").arg(values[level]).arg(lasts[level]));
+        previousButtons[level]->setEnabled(values[level] > 0);
+        nextButtons[level]->setEnabled(values[level] < lasts[level]);
+    }
+}
+
+void VVTF::updateHdrSliders()
+{
+    const bool hdr = vtf && vtf->getHighResImageFormat() == VTF::RGBA16161616F;
+    keySlider->setEnabled(hdr);
+    shiftSlider->setEnabled(hdr);
+    gammaSlider->setEnabled(hdr);
+}
+
+void VVTF::vtfHdrSliderChanged()
+{
+    if (!vtf)
+        return;
+    vtf->setHdrKey(keySlider->value() / 100.0f);
+    vtf->setHdrShift(shiftSlider->value() / 100.0f);
+    vtf->setHdrGamma(gammaSlider->value() / 100.0f);
+    if (imageLoaded && updateCurrentImage(curMipmap, curFrame, curFace, curSlice))
+        updateActiveImage();
+}
