@@ -4,6 +4,8 @@
 
 #include "packages/VPackage.h"
 #include "textures/CFileVTF.h"
+#include "textures/VTFMass.h"
+#include "textures/VVTF.h"
 
 #include <QFile>
 #include <QFileDialog>
@@ -149,18 +151,18 @@ void ZIRK::showVFGD(CFileFGD *)
 
 void ZIRK::showVVTF()
 {
-    logUnavailable("VTF Editor");
+    showSubwindowShared(new VVTF());
 }
 
-void ZIRK::showVVTF(const QString &)
+void ZIRK::showVVTF(const QString &path)
 {
-    logUnavailable("VTF Editor");
+    showSubwindowShared(new VVTF(path));
 }
 
-void ZIRK::showVVTF(CFileVTF *file, const QString &)
+void ZIRK::showVVTF(CFileVTF *file, const QString &name)
 {
-    delete file;
-    logUnavailable("VTF Editor");
+    // The editor takes the texture over.
+    showSubwindowShared(new VVTF(file, name));
 }
 
 void ZIRK::showVVTF(CFileVTF *file)
@@ -170,7 +172,7 @@ void ZIRK::showVVTF(CFileVTF *file)
 
 void ZIRK::showVTFMass()
 {
-    logUnavailable("Mass VTF Editor");
+    showSubwindowShared(new VTFMass());
 }
 
 void ZIRK::showVBSPInfo()

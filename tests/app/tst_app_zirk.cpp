@@ -1,5 +1,7 @@
 #include "app/ZIRK.h"
 #include "packages/VPackage.h"
+#include "textures/CFileVTF.h"
+#include "textures/VVTF.h"
 
 #include "ZirkTest.h"
 
@@ -188,6 +190,47 @@ private Q_SLOTS:
             = m_window->getWorkspace()->subWindowList(QMdiArea::CreationOrder);
         QCOMPARE(windows.size(), before + 1);
         QVERIFY(qobject_cast<VPackage *>(windows.last()->widget()));
+        windows.last()->close();
+        QTRY_COMPARE(m_window->getWorkspace()->subWindowList().size(), before);
+    }
+
+    void texturesOpenAnEditor_data()
+    {
+        QTest::addColumn<bool>("valid");
+        QTest::newRow("readable") << true;
+        QTest::newRow("unreadable") << false;
+    }
+
+    void texturesOpenAnEditor()
+    {
+        QFETCH(bool, valid);
+        const QString path
+            = m_dir.filePath(valid ? QStringLiteral("good.vtf") : QStringLiteral("bad.VTF"));
+        if (valid) {
+            CFileVTF texture(4, 4);
+            texture.setVersion(7, 2);
+            QVERIFY(texture.serialize(path));
+        } else {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write("not a texture");
+        }
+        const int before = m_window->getWorkspace()->subWindowList().size();
+        const QString output = outputText();
+        m_window->handleMessage(path);
+        const QList<QMdiSubWindow *> windows
+            = m_window->getWorkspace()->subWindowList(QMdiArea::CreationOrder);
+        QCOMPARE(windows.size(), before + 1);
+        auto *editor = qobject_cast<VVTF *>(windows.last()->widget());
+        QVERIFY(editor);
+        // A texture that cannot be read gives an editor without a file, and no report.
+        QCOMPARE(editor->getFile() != nullptr, valid);
+        if (valid) {
+            QCOMPARE(editor->getFile()->filePath, path);
+            QCOMPARE(editor->getFile()->fileName, QStringLiteral("good"));
+        }
+        QCOMPARE(outputText(), output);
+        editor->setWindowModified(false);
         windows.last()->close();
         QTRY_COMPARE(m_window->getWorkspace()->subWindowList().size(), before);
     }
