@@ -81,6 +81,14 @@ bool CArchiveReader::readU32Array(quint32 *values, int count)
     return true;
 }
 
+void CArchiveReader::readU32Fields(quint32 *fields, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        if (!readU32(fields[i]))
+            fields[i] = 0;
+    }
+}
+
 bool CArchiveReader::readBytes(QByteArray &out, qint64 count)
 {
     if (count < 0 || count > remaining())

@@ -21,6 +21,14 @@ public:
     bool readU16(quint16 &value);
     bool readU32(quint32 &value);
     bool readU32Array(quint32 *values, int count);
+    // Reads what is there and leaves zeros for the rest: single header numbers
+    // are not checked here, since nothing in them is trusted anyway.
+    void readU32Fields(quint32 *fields, int count);
+    // Whether count records of width bytes can still follow.
+    bool fits(quint64 count, quint64 width) const
+    {
+        return count * width <= quint64(qMax<qint64>(remaining(), 0));
+    }
     // Refuses (and reads nothing) when fewer than count bytes remain.
     bool readBytes(QByteArray &out, qint64 count);
     // Bytes up to a NUL, which is consumed; false when the data ends first.

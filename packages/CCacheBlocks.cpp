@@ -4,21 +4,6 @@
 
 #include <cstring>
 
-namespace {
-void readFields(CArchiveReader &reader, quint32 *fields, int count)
-{
-    for (int i = 0; i < count; ++i) {
-        if (!reader.readU32(fields[i]))
-            fields[i] = 0;
-    }
-}
-
-bool fits(const CArchiveReader &reader, quint64 count, quint64 width)
-{
-    return count * width <= quint64(qMax<qint64>(reader.remaining(), 0));
-}
-} // namespace
-
 void CCacheBlocks::clear()
 {
     memset(blockEntryHeader, 0, sizeof(blockEntryHeader));
@@ -31,8 +16,8 @@ void CCacheBlocks::clear()
 
 bool CCacheBlocks::readBlocks(CArchiveReader &reader, quint32 blockCount, QString &error)
 {
-    readFields(reader, blockEntryHeader, 8);
-    if (!fits(reader, blockCount, 7 * 4)) {
+    reader.readU32Fields(blockEntryHeader, 8);
+    if (!reader.fits(blockCount, 7 * 4)) {
         error = QStringLiteral("Read Error: Incomplete read");
         return false;
     }
@@ -48,8 +33,8 @@ bool CCacheBlocks::readBlocks(CArchiveReader &reader, quint32 blockCount, QStrin
         entry.previousBlockEntryIndex = raw[5];
         entry.directoryIndex = raw[6];
     }
-    readFields(reader, fragmentationHeader, 4);
-    if (!fits(reader, blockCount, 4)) {
+    reader.readU32Fields(fragmentationHeader, 4);
+    if (!reader.fits(blockCount, 4)) {
         error = QStringLiteral("Read Error: Incomplete read");
         return false;
     }
@@ -60,15 +45,15 @@ bool CCacheBlocks::readBlocks(CArchiveReader &reader, quint32 blockCount, QStrin
 
 bool CCacheBlocks::readChecksumsAndDataHeader(CArchiveReader &reader, QString &error)
 {
-    readFields(reader, checksumHeader, 6);
+    reader.readU32Fields(checksumHeader, 6);
     // Map entries of two numbers, one per item, then the checksums.
     const quint64 words = quint64(checksumHeader[4]) * 2 + checksumHeader[5];
-    if (!fits(reader, words, 4)) {
+    if (!reader.fits(words, 4)) {
         error = QStringLiteral("Read Error: Incomplete read");
         return false;
     }
     reader.skip(qint64(words * 4));
-    readFields(reader, dataBlockHeader, 6);
+    reader.readU32Fields(dataBlockHeader, 6);
     return true;
 }
 

@@ -4,23 +4,6 @@
 
 #include <cstring>
 
-namespace {
-// Reads what is there and leaves zeros for the rest: single numbers are not
-// checked, since nothing in a cache header is trusted anyway.
-void readFields(CArchiveReader &reader, quint32 *fields, int count)
-{
-    for (int i = 0; i < count; ++i) {
-        if (!reader.readU32(fields[i]))
-            fields[i] = 0;
-    }
-}
-
-bool fits(const CArchiveReader &reader, quint64 count, quint64 width)
-{
-    return count * width <= quint64(qMax<qint64>(reader.remaining(), 0));
-}
-} // namespace
-
 void CCacheDirectory::clear()
 {
     memset(fileHeader, 0, sizeof(fileHeader));
@@ -33,15 +16,15 @@ void CCacheDirectory::clear()
 
 bool CCacheDirectory::readFileHeader(CArchiveReader &reader, QString &)
 {
-    readFields(reader, fileHeader, FileHeaderFields);
+    reader.readU32Fields(fileHeader, FileHeaderFields);
     return true;
 }
 
 bool CCacheDirectory::readDirectory(CArchiveReader &reader, QString &error)
 {
-    readFields(reader, directoryHeader, DirectoryHeaderFields);
+    reader.readU32Fields(directoryHeader, DirectoryHeaderFields);
     const quint32 count = directoryHeader[DirectoryItemCount];
-    if (!fits(reader, count, 7 * 4)) {
+    if (!reader.fits(count, 7 * 4)) {
         error = QStringLiteral("Read Error: Incomplete read");
         return false;
     }
@@ -65,13 +48,13 @@ bool CCacheDirectory::readDirectory(CArchiveReader &reader, QString &error)
     // second one of one number per item, the copy and the local tables.
     const quint64 unused = quint64(directoryHeader[DirectoryInfo1Count]) + count
         + directoryHeader[DirectoryCopyCount] + directoryHeader[DirectoryLocalCount];
-    if (!fits(reader, unused, 4)) {
+    if (!reader.fits(unused, 4)) {
         error = QStringLiteral("Read Error: Incomplete read");
         return false;
     }
     reader.skip(qint64(unused * 4));
-    readFields(reader, directoryMapHeader, 2);
-    if (!fits(reader, count, 4)) {
+    reader.readU32Fields(directoryMapHeader, 2);
+    if (!reader.fits(count, 4)) {
         error = QStringLiteral("Read Error: Incomplete read");
         return false;
     }

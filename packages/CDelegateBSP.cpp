@@ -327,18 +327,8 @@ const ZIPEntry_t *CDelegateBSP::getPakfileEntry(unsigned int index) const
 
 bool CDelegateBSP::getPackageFileByIndex(QIODevice *device, unsigned int index) const
 {
-    if (!device) {
-        lastError = QStringLiteral("Request Error: NULL device");
+    if (!checkOutputDevice(device, QStringLiteral("Request Error: NULL device")))
         return false;
-    }
-    if (!device->isOpen()) {
-        lastError = QStringLiteral("Write Error: Device not open");
-        return false;
-    }
-    if (!device->isWritable()) {
-        lastError = QStringLiteral("Write Error: Device not writable");
-        return false;
-    }
     if (!getNodeByIndex(index) || !isPackageFileAtIndex(index)) {
         lastError = QStringLiteral("Request Error: Index out of bounds");
         return false;
@@ -546,18 +536,8 @@ bool CDelegateBSP::flush(FlushSyncronizer *sync)
 
 bool CDelegateBSP::writePakfileZip(QIODevice *device, unsigned int flags)
 {
-    if (!device) {
-        lastError = QStringLiteral("Request Error: NULL device");
+    if (!checkOutputDevice(device, QStringLiteral("Request Error: NULL device")))
         return false;
-    }
-    if (!device->isOpen()) {
-        lastError = QStringLiteral("Write Error: Device not open");
-        return false;
-    }
-    if (!device->isWritable()) {
-        lastError = QStringLiteral("Write Error: Device not writable");
-        return false;
-    }
     const bool pending = flags & ZipWrite_PendingChanges;
     const QVector<CPackageHierarchyNode *> chosen = chooseEntries(pending);
     QVector<ZIPEntry_t> records = workingRecords(chosen);

@@ -75,18 +75,8 @@ bool CDelegateGCF::getPackageFileByIndex(QIODevice *device, unsigned int index) 
         lastError = QStringLiteral("File Error: Package not open");
         return false;
     }
-    if (!device) {
-        lastError = QStringLiteral("Write Error: Device invalid");
+    if (!checkOutputDevice(device))
         return false;
-    }
-    if (!device->isOpen()) {
-        lastError = QStringLiteral("Write Error: Device not open");
-        return false;
-    }
-    if (!device->isWritable()) {
-        lastError = QStringLiteral("Write Error: Device not writable");
-        return false;
-    }
     if (index >= directory.itemCount()) {
         lastError = QStringLiteral("Request Error: File index out of bounds");
         return false;

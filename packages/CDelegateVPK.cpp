@@ -100,18 +100,8 @@ QString CDelegateVPK::getArchiveName(unsigned int archiveIndex) const
 
 bool CDelegateVPK::getPackageFileByIndex(QIODevice *device, unsigned int index) const
 {
-    if (!device) {
-        lastError = QStringLiteral("Write Error: Device invalid");
+    if (!checkOutputDevice(device))
         return false;
-    }
-    if (!device->isOpen()) {
-        lastError = QStringLiteral("Write Error: Device not open");
-        return false;
-    }
-    if (!device->isWritable()) {
-        lastError = QStringLiteral("Write Error: Device not writable");
-        return false;
-    }
     const CVPKDirectory::Entry_t *entry = getEntryByIndex(index);
     if (!entry) {
         lastError = QStringLiteral("Request Error: File index out of bounds");

@@ -287,20 +287,23 @@ bool IPackageDelegate::writeFileFromPath(QIODevice *device, const QByteArray &pa
     return UTIL_deviceCopy(source, *device, source.size(), &lastError);
 }
 
+bool IPackageDelegate::checkOutputDevice(const QIODevice *device, const QString &nullError) const
+{
+    if (!device)
+        lastError = nullError;
+    else if (!device->isOpen())
+        lastError = QStringLiteral("Write Error: Device not open");
+    else if (!device->isWritable())
+        lastError = QStringLiteral("Write Error: Device not writable");
+    else
+        return true;
+    return false;
+}
+
 bool IPackageDelegate::getFileByNode(QIODevice *device, const CPackageHierarchyNode *node) const
 {
-    if (!device) {
-        lastError = QStringLiteral("Write Error: Device invalid");
+    if (!checkOutputDevice(device))
         return false;
-    }
-    if (!device->isOpen()) {
-        lastError = QStringLiteral("Write Error: Device not open");
-        return false;
-    }
-    if (!device->isWritable()) {
-        lastError = QStringLiteral("Write Error: Device not writable");
-        return false;
-    }
     if (!checkNode(node))
         return false;
     if (!node->isLeaf()) {

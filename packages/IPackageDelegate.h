@@ -121,6 +121,10 @@ public:
 protected:
     // The checks every by-node operation makes first.
     bool checkNode(const CPackageHierarchyNode *node) const;
+    // False, with the error set, unless the device exists and is open for writing.
+    bool checkOutputDevice(const QIODevice *device,
+                           const QString &nullError
+                           = QStringLiteral("Write Error: Device invalid")) const;
     CPackageHierarchyNode *leafByPath(const QString &path) const;
     bool writeFileFromPath(QIODevice *device, const QByteArray &pathBytes) const;
     // `length` bytes (all ones: to the device's end) of an open, readable device.
