@@ -41,9 +41,7 @@ void CDelegateBSP::closePackage()
 
 void CDelegateBSP::clearContent()
 {
-    delete root;
-    root = nullptr;
-    nodes.clear();
+    dropTree();
     qDeleteAll(zipEntries);
     zipEntries.clear();
     zipEnd = ZIPEndRecord();

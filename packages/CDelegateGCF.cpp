@@ -18,9 +18,7 @@ bool CDelegateGCF::openPackage(const QString &path, bool)
         return false;
     }
     // Whatever an earlier opening built goes, so that a failure leaves no tree.
-    delete root;
-    root = nullptr;
-    nodes.clear();
+    dropTree();
     closePackage();
     directory.clear();
     blocks.clear();

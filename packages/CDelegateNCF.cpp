@@ -20,9 +20,7 @@ bool CDelegateNCF::openPackage(const QString &path, bool)
         return false;
     }
     // Whatever an earlier opening built goes, so that a failure leaves no tree.
-    delete root;
-    root = nullptr;
-    nodes.clear();
+    dropTree();
     directory.clear();
     if (file.isOpen())
         file.close();
@@ -96,9 +94,7 @@ const CCacheDirectory::Entry_t *CDelegateNCF::getDirectoryEntry(unsigned int ind
 
 bool CDelegateNCF::generateInternalDirectoryStructure()
 {
-    delete root;
-    root = nullptr;
-    nodes.clear();
+    dropTree();
 
     const quint32 count = directory.itemCount();
     const QVector<CCacheDirectory::Entry_t> &entries = directory.entries;

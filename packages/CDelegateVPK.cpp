@@ -23,9 +23,7 @@ bool CDelegateVPK::openPackage(const QString &path, bool)
         return false;
     }
     // Whatever an earlier opening built goes, so that a failure leaves no tree.
-    delete root;
-    root = nullptr;
-    nodes.clear();
+    dropTree();
     closePackage();
     directory.clear();
     directoryPath = path;
@@ -203,9 +201,7 @@ bool CDelegateVPK::generateInternalDirectoryStructure()
         // A leaf that already has an entry is a second record of the same path.
         if (!leaf || leaf->index != -1) {
             lastError = QStringLiteral("File Error: Malformed directory structure");
-            delete root;
-            root = nullptr;
-            nodes.clear();
+            dropTree();
             return false;
         }
         leaf->index = i;

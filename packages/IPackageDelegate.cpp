@@ -287,6 +287,13 @@ bool IPackageDelegate::writeFileFromPath(QIODevice *device, const QByteArray &pa
     return UTIL_deviceCopy(source, *device, source.size(), &lastError);
 }
 
+void IPackageDelegate::dropTree()
+{
+    delete root;
+    root = nullptr;
+    nodes.clear();
+}
+
 bool IPackageDelegate::checkOutputDevice(const QIODevice *device, const QString &nullError) const
 {
     if (!device)

@@ -121,6 +121,8 @@ public:
 protected:
     // The checks every by-node operation makes first.
     bool checkNode(const CPackageHierarchyNode *node) const;
+    // Forgets the whole tree, so that a failed opening leaves none behind.
+    void dropTree();
     // False, with the error set, unless the device exists and is open for writing.
     bool checkOutputDevice(const QIODevice *device,
                            const QString &nullError
