@@ -3,12 +3,16 @@
 #include "app/ProgramSettings_t.h"
 #include "util/UtilPath.h"
 
+#include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QCompleter>
+#include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
@@ -346,6 +350,33 @@ void ZIRK::configureFileDialog(QWidget *parent, const QString &title, const QStr
     m_fileDialog->setNameFilters(filters.split(QStringLiteral(";;"), Qt::SkipEmptyParts));
     if (!directory.isEmpty())
         m_fileDialog->setDirectory(directory);
+    clearFileDialogEntry();
+}
+
+void ZIRK::clearFileDialogEntry()
+{
+    // One dialog serves every task: the name typed or picked for the last one
+    // must not become the answer to the next. Only the directory carries over.
+    for (QAbstractItemView *view : m_fileDialog->findChildren<QAbstractItemView *>()) {
+        if (view->selectionModel())
+            view->clearSelection();
+    }
+    if (auto *edit = m_fileDialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))) {
+        if (edit->completer() && edit->completer()->popup())
+            edit->completer()->popup()->hide();
+        edit->clear();
+    }
+}
+
+bool ZIRK::execFileDialog()
+{
+    const bool accepted = m_fileDialog->exec() == QDialog::Accepted;
+    // A completion list left open would take the next click meant for the workspace.
+    if (auto *edit = m_fileDialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))) {
+        if (edit->completer() && edit->completer()->popup())
+            edit->completer()->popup()->hide();
+    }
+    return accepted;
 }
 
 QString ZIRK::getExistingFile()
@@ -355,7 +386,7 @@ QString ZIRK::getExistingFile()
     m_fileDialog->setFileMode(QFileDialog::ExistingFile);
     m_fileDialog->setOption(QFileDialog::ShowDirsOnly, false);
     m_fileDialog->setAcceptMode(QFileDialog::AcceptOpen);
-    if (m_fileDialog->exec() != QDialog::Accepted || m_fileDialog->selectedFiles().isEmpty())
+    if (!execFileDialog() || m_fileDialog->selectedFiles().isEmpty())
         return QString();
     return m_fileDialog->selectedFiles().first();
 }
@@ -367,7 +398,7 @@ QStringList ZIRK::getExistingFiles()
     m_fileDialog->setFileMode(QFileDialog::ExistingFiles);
     m_fileDialog->setOption(QFileDialog::ShowDirsOnly, false);
     m_fileDialog->setAcceptMode(QFileDialog::AcceptOpen);
-    if (m_fileDialog->exec() != QDialog::Accepted)
+    if (!execFileDialog())
         return QStringList();
     return m_fileDialog->selectedFiles();
 }
@@ -379,9 +410,14 @@ QString ZIRK::getDirectory(bool write)
     m_fileDialog->setFileMode(QFileDialog::Directory);
     m_fileDialog->setOption(QFileDialog::ShowDirsOnly, true);
     m_fileDialog->setAcceptMode(write ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
-    if (m_fileDialog->exec() != QDialog::Accepted)
+    if (!execFileDialog())
         return QString();
-    return m_fileDialog->directory().absolutePath();
+    // The folder typed or selected, when there is one; the folder on display
+    // only when nothing was chosen in it.
+    const QStringList chosen = m_fileDialog->selectedFiles();
+    if (chosen.isEmpty() || chosen.first().isEmpty())
+        return m_fileDialog->directory().absolutePath();
+    return QDir::cleanPath(QDir(m_fileDialog->directory()).absoluteFilePath(chosen.first()));
 }
 
 QString ZIRK::getAnyFile()
@@ -391,7 +427,7 @@ QString ZIRK::getAnyFile()
     m_fileDialog->setFileMode(QFileDialog::AnyFile);
     m_fileDialog->setOption(QFileDialog::ShowDirsOnly, false);
     m_fileDialog->setAcceptMode(QFileDialog::AcceptSave);
-    if (m_fileDialog->exec() != QDialog::Accepted || m_fileDialog->selectedFiles().isEmpty())
+    if (!execFileDialog() || m_fileDialog->selectedFiles().isEmpty())
         return QString();
     return applyFilterExtension(m_fileDialog->selectedFiles().first(),
                                 m_fileDialog->selectedNameFilter());

@@ -120,6 +120,8 @@ private:
     void createWorkspace();
     void createOutput();
     void createFileDialog();
+    void clearFileDialogEntry();
+    [[nodiscard]] bool execFileDialog();
     QAction *makeAction(const QString &text, const QString &icon);
     QMdiSubWindow *showSubwindowShared(QWidget *widget);
     void logUnavailable(const char *tool);

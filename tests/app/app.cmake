@@ -6,3 +6,5 @@ zirk_add_test(tst_app_instance SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_app_instanc
 target_compile_definitions(tst_app_instance PRIVATE ZIRK_BINARY="$<TARGET_FILE:zirk>")
 add_dependencies(tst_app_instance zirk)
 set_tests_properties(tst_app_instance PROPERTIES RUN_SERIAL TRUE)
+zirk_add_test(tst_app_filedialog GUI SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_app_filedialog.cpp)
+target_include_directories(tst_app_filedialog PRIVATE ${CMAKE_CURRENT_LIST_DIR}/../packages)
