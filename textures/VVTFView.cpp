@@ -36,8 +36,15 @@ void VVTF::buildTabs()
     tabs->addTab(buildLayoutTab(), QStringLiteral("Layout"));
     tabs->addTab(buildImageTab(), QStringLiteral("Image"));
     tabs->addTab(buildFlagsTab(), QStringLiteral("Flags"));
-    tabs->addTab(buildInfoTab(), QStringLiteral("Info"));
-    tabs->addTab(buildResourcesTab(), QStringLiteral("Resources"));
+    // The form tabs scroll rather than make the window taller than a small workspace.
+    for (auto [page, title] :
+         { std::pair { buildInfoTab(), "Info" }, std::pair { buildResourcesTab(), "Resources" } }) {
+        auto *scroll = new QScrollArea;
+        scroll->setWidget(page);
+        scroll->setWidgetResizable(true);
+        scroll->setFrameShape(QFrame::NoFrame);
+        tabs->addTab(scroll, QString::fromLatin1(title));
+    }
     setCentralWidget(tabs);
 }
 
