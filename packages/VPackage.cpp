@@ -20,6 +20,7 @@
 #include "util/UtilWidgets.h"
 
 #include <QAction>
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QHBoxLayout>
@@ -38,6 +39,7 @@
 #include <QtDebug>
 
 #include <cstdlib>
+#include <memory>
 
 // The texture reader lives in another part of the program; the viewer takes
 // it in when it is part of the build.
@@ -113,6 +115,7 @@ VPackage::VPackage(const QString &fileToOpen, QWidget *parent)
     connect(tree, &QWidget::customContextMenuRequested, this, &VPackage::treeContextMenu);
     connect(table, &QWidget::customContextMenuRequested, this, &VPackage::tableContextMenu);
     connect(table, &QTableWidget::itemDoubleClicked, this, &VPackage::tableItemDoubleClicked);
+    connect(table, &VPackageTableWidget::entryActivated, this, &VPackage::tableItemDoubleClicked);
     connect(table, &VPackageTableWidget::mouseReleasePoint, this, &VPackage::dragReleasePoint);
 
     setClosedState();
@@ -433,34 +436,43 @@ void VPackage::tableItemDoubleClicked(QTableWidgetItem *item)
     openEntry(treeItem);
 }
 
+void VPackage::reportOpenFailure(const QString &text)
+{
+    // The Output may well be hidden: the user hears why where the double click was.
+    qWarning("%s", qUtf8Printable(text));
+    QMessageBox::warning(this, QStringLiteral("Package Viewer"), text);
+}
+
 void VPackage::openEntry(VPackageTreeWidgetItem *item)
 {
     CPackageHierarchyNode *node = item->node;
     const QString name = *node;
     if (name.endsWith(QLatin1String(".vmt"), Qt::CaseInsensitive)) {
-        QByteArray *data = delegate->getFileByNode(node);
+        std::unique_ptr<QByteArray> data(delegate->getFileByNode(node));
         if (!data) {
-            qWarning() << delegate->getLastError();
+            reportOpenFailure(delegate->getLastError());
             return;
         }
         ZIRK::get()->showVVMT(*data, name.left(name.size() - 4));
-        delete data;
         return;
     }
     if (name.endsWith(QLatin1String(".vtf"), Qt::CaseInsensitive)) {
-        QByteArray *data = delegate->getFileByNode(node);
+        std::unique_ptr<QByteArray> data(delegate->getFileByNode(node));
         if (!data) {
-            qWarning() << delegate->getLastError();
+            reportOpenFailure(delegate->getLastError());
             return;
         }
 #ifdef ZIRK_VIEWER_HAS_VTF
-        CFileVTF *vtf = IFileClass<CFileVTF>::createFromData(*data);
+        QBuffer buffer(data.get());
+        QString error;
+        CFileVTF *vtf = IFileClass<CFileVTF>::createFromDevice(buffer, error);
         if (vtf)
             ZIRK::get()->showVVTF(vtf, name.left(name.size() - 4));
+        else
+            reportOpenFailure(error);
 #else
         qDebug("The VTF reader is not part of this build yet");
 #endif
-        delete data;
         return;
     }
 
@@ -473,15 +485,15 @@ void VPackage::openEntry(VPackageTreeWidgetItem *item)
     progress.setWindowTitle(windowTitle());
     QFile out(path);
     if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        qWarning() << "Unable to open" << path;
+        reportOpenFailure(QStringLiteral("Unable to open \"%1\"").arg(path));
         return;
     }
     const bool written = delegate->getFileByNode(&out, node);
     out.close();
     progress.close();
     if (!written) {
-        qWarning() << delegate->getLastError();
         out.remove();
+        reportOpenFailure(delegate->getLastError());
         return;
     }
     // The name comes from the package: quote it so the shell takes it as one word.
@@ -490,7 +502,7 @@ void VPackage::openEntry(VPackageTreeWidgetItem *item)
     QString command = ProgramSettings_t::get()->linuxCommandRun;
     command.replace(QLatin1Char('*'), QLatin1Char('\'') + quoted + QLatin1Char('\''));
     if (std::system(command.toLocal8Bit().constData()) != 0)
-        qDebug() << "Command returned an error:" << command;
+        qDebug().noquote() << "Command returned an error:" << command;
     ZIRK::get()->registerTemporaryFile(path);
 }
 

@@ -74,6 +74,7 @@ private:
     void setClosedState();
     void clearView();
     void openEntry(VPackageTreeWidgetItem *item);
+    void reportOpenFailure(const QString &text);
     void extractTreeItems(const QList<VPackageTreeWidgetItem *> &items, const QStringList &preLog);
     void appendTableRow(VPackageTreeWidgetItem *item);
     VPackageTreeWidgetItem *treeItemOfRow(int row) const;

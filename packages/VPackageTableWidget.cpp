@@ -1,6 +1,7 @@
 #include "packages/VPackageTableWidget.h"
 
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QMouseEvent>
 
 VPackageTableWidget::VPackageTableWidget(QWidget *parent)
@@ -25,4 +26,15 @@ void VPackageTableWidget::mouseReleaseEvent(QMouseEvent *event)
 {
     emit mouseReleasePoint(event->position().toPoint());
     QTableWidget::mouseReleaseEvent(event);
+}
+
+void VPackageTableWidget::keyPressEvent(QKeyEvent *event)
+{
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (enter && (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier && currentItem()) {
+        emit entryActivated(item(currentRow(), 0));
+        event->accept();
+        return;
+    }
+    QTableWidget::keyPressEvent(event);
 }

@@ -12,7 +12,10 @@ public:
 
 signals:
     void mouseReleasePoint(QPoint point);
+    // Enter or Return on a row: the keyboard's double click.
+    void entryActivated(QTableWidgetItem *item);
 
 protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
 };

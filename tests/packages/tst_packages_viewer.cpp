@@ -22,6 +22,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTextEdit>
 #include <QTimer>
 #include <QTreeWidget>
 
@@ -100,6 +101,24 @@ class tst_packages_viewer : public QObject
             static_cast<QDialog *>(dialog)->done(QDialog::Accepted);
         });
         start();
+    }
+
+    // Runs `action` and answers the warning box it raises; gives the box's text.
+    static QString answerWarning(const std::function<void()> &action)
+    {
+        QString text;
+        QTimer guard;
+        connect(&guard, &QTimer::timeout, [&text] {
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                if (box->windowTitle() == QLatin1String("Package Viewer"))
+                    text = box->text();
+                box->close();
+            }
+        });
+        guard.start(20);
+        action();
+        (void)QTest::qWaitFor([&text] { return !text.isEmpty(); }, 1000);
+        return text;
     }
 
     static QByteArray readFile(const QString &path)
@@ -339,8 +358,68 @@ private slots:
 
         // Textures are read in memory; one that does not parse opens nothing.
         click(viewer.getTreeWidget(), findItem(viewer, QStringLiteral("materials/brick")));
-        doubleClick(table, 1);
+        const QString warning = answerWarning([&table] { doubleClick(table, 1); });
+        QVERIFY(!warning.isEmpty());
         QVERIFY(!QFile::exists(QDir::tempPath() + QStringLiteral("/wall.vtf")));
+    }
+
+    // Enter does what a double click does, on folders and on files.
+    void enterOpensTheCurrentRow()
+    {
+        ProgramSettings_t::get()->linuxCommandRun = QStringLiteral("true *");
+        VPackage viewer(vpkPath);
+        viewer.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
+        VPackageTableWidget *table = viewer.getTableWidget();
+        table->setFocus();
+        table->setCurrentCell(0, 0);
+        QTest::keyClick(table, Qt::Key_Return);
+        QCOMPARE(viewer.getCurrentItem(), findItem(viewer, QStringLiteral("materials")));
+        QCOMPARE(tableNames(viewer), QStringList({ "brick", "metal" }));
+
+        click(viewer.getTreeWidget(), findItem(viewer, QStringLiteral("sound")));
+        const QString expected = QDir::tempPath() + QStringLiteral("/zirk_viewer_test_a.wav");
+        QFile::remove(expected);
+        table->setCurrentCell(0, 1);
+        QTest::keyClick(table, Qt::Key_Enter, Qt::KeypadModifier);
+        QCOMPARE(readFile(expected), QByteArray("RIFF....WAVE"));
+        QFile::remove(expected);
+    }
+
+    // A file that cannot be opened says why in a box over the viewer, and the
+    // Output gets the same line, bare.
+    void unopenableEntriesSayWhy_data()
+    {
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<bool>("archivePresent");
+        QTest::newRow("texture that does not parse") << "wall.vtf" << true;
+        QTest::newRow("texture whose archive is missing") << "wall.vtf" << false;
+    }
+
+    void unopenableEntriesSayWhy()
+    {
+        QFETCH(QString, entry);
+        QFETCH(bool, archivePresent);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("pak01_dir.vpk"));
+        QVERIFY(QFile::copy(vpkPath, path));
+        if (archivePresent)
+            QVERIFY(QFile::copy(temp.filePath(QStringLiteral("pak01_001.vpk")),
+                                dir.filePath(QStringLiteral("pak01_001.vpk"))));
+        VPackage viewer(path);
+        viewer.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
+        click(viewer.getTreeWidget(), findItem(viewer, QStringLiteral("materials/brick")));
+        const int row = tableNames(viewer).indexOf(entry);
+        QVERIFY(row >= 0);
+        const QString warning
+            = answerWarning([&viewer, row] { doubleClick(viewer.getTableWidget(), row); });
+        QVERIFY(warning.contains(QStringLiteral("Error: ")));
+        if (!archivePresent)
+            QCOMPARE(warning, viewer.getDelegate()->getLastError());
+        const QString output = ZIRK::get()->getOutputText()->toPlainText();
+        QVERIFY2(output.split(QLatin1Char('\n')).contains(QStringLiteral("Warning: ") + warning),
+                 qPrintable(output));
     }
 
     void extractingADirectoryRecreatesItsDirectories()
