@@ -26,6 +26,7 @@
 #include <QThread>
 #include <QToolBar>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace {
@@ -240,6 +241,7 @@ QMdiSubWindow *ZIRK::addWidgetToWorkspace(QWidget *widget, Qt::WindowFlags flags
     window->setAttribute(Qt::WA_DeleteOnClose);
     window->setVisible(true);
     fitSubWindow(window, wish);
+    handOverCloseKeys(window);
     return window;
 }
 
@@ -252,6 +254,7 @@ QMdiSubWindow *ZIRK::showSubwindowShared(QWidget *widget)
     connect(widget, &QObject::destroyed, window, &QWidget::close);
     widget->setVisible(true);
     fitSubWindow(window, wish);
+    handOverCloseKeys(window);
     return window;
 }
 
@@ -259,6 +262,28 @@ QSize ZIRK::wishedSize(const QWidget *widget)
 {
     // A size the tool window gave itself; the workspace would replace it.
     return widget && widget->testAttribute(Qt::WA_Resized) ? widget->size() : QSize();
+}
+
+void ZIRK::handOverCloseKeys(QMdiSubWindow *window)
+{
+    // A tool window whose own menu closes it on the standard keys gets them: the
+    // frame's menu bound to the same keys would make both ambiguous, and neither
+    // would fire.
+    const QList<QKeySequence> keys = QKeySequence::keyBindings(QKeySequence::Close);
+    auto bindsClose = [&keys](const QAction *action) {
+        for (const QKeySequence &key : action->shortcuts()) {
+            if (keys.contains(key))
+                return true;
+        }
+        return false;
+    };
+    const QList<QAction *> own = window->widget()->findChildren<QAction *>();
+    if (!window->systemMenu() || std::none_of(own.begin(), own.end(), bindsClose))
+        return;
+    for (QAction *action : window->systemMenu()->actions()) {
+        if (bindsClose(action))
+            action->setShortcuts({});
+    }
 }
 
 void ZIRK::fitSubWindow(QMdiSubWindow *window, const QSize &wish)

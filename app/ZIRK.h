@@ -128,6 +128,7 @@ private:
     // At least the window's size hint and the size its widget asked for, inside
     // the workspace.
     void fitSubWindow(QMdiSubWindow *window, const QSize &wish);
+    void handOverCloseKeys(QMdiSubWindow *window);
     void logUnavailable(const char *tool);
     void openTextureFromMessage(const QString &path);
 

@@ -21,6 +21,7 @@
 #include <QTextEdit>
 #include <QTimer>
 #include <QToolButton>
+#include <QTreeWidget>
 #include <QtTest>
 #include <thread>
 
@@ -345,6 +346,47 @@ private Q_SLOTS:
         QTest::mouseClick(close, Qt::LeftButton);
         QTRY_VERIFY(!window);
         QTRY_VERIFY(!controls->isVisible());
+    }
+
+    // The standard keys reach the menu entries of the tool window that has the
+    // focus, and only that one.
+    void toolWindowShortcuts()
+    {
+        QMdiArea *area = m_window->getWorkspace();
+        m_window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_window));
+        m_window->showVVTF(new CFileVTF(4, 4), QStringLiteral("first"));
+        QPointer<QMdiSubWindow> first = area->subWindowList(QMdiArea::CreationOrder).last();
+        m_window->showVVTF(new CFileVTF(4, 4), QStringLiteral("second"));
+        QPointer<QMdiSubWindow> second = area->subWindowList(QMdiArea::CreationOrder).last();
+        const QString output = outputText();
+
+        auto focusIn = [area](QMdiSubWindow *window) {
+            area->setActiveSubWindow(window);
+            auto *editor = qobject_cast<VVTF *>(window->widget());
+            editor->layoutTree->setFocus();
+            return editor;
+        };
+        VVTF *editor = focusIn(second);
+        QCOMPARE(editor->actionSaveAs->shortcut(), QKeySequence(QKeySequence::SaveAs));
+        QTRY_VERIFY(editor->layoutTree->hasFocus());
+        QTest::keyClick(editor->layoutTree, Qt::Key_W, Qt::ControlModifier);
+        QTRY_VERIFY(!second);
+        QVERIFY(first);
+
+        // A texture without a path asks where to save it.
+        editor = focusIn(first);
+        QTRY_VERIFY(editor->layoutTree->hasFocus());
+        QString title;
+        runDialog([editor] { QTest::keyClick(editor->layoutTree, Qt::Key_S, Qt::ControlModifier); },
+                  [&title](QFileDialog *dialog) {
+                      title = dialog->windowTitle();
+                      dialog->reject();
+                  });
+        QCOMPARE(title, QStringLiteral("Save As"));
+        QVERIFY(!outputText().mid(output.size()).contains(QStringLiteral("mbiguous")));
+        first->close();
+        QTRY_VERIFY(!first);
     }
 
     void aboutBoxKeepsTheLicenceOnOneLine()
