@@ -8,3 +8,5 @@ add_dependencies(tst_app_instance zirk)
 set_tests_properties(tst_app_instance PROPERTIES RUN_SERIAL TRUE)
 zirk_add_test(tst_app_filedialog GUI SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_app_filedialog.cpp)
 target_include_directories(tst_app_filedialog PRIVATE ${CMAKE_CURRENT_LIST_DIR}/../packages)
+add_test(NAME tst_app_launcher COMMAND sh ${CMAKE_CURRENT_LIST_DIR}/launcher_test.sh
+                                          ${PROJECT_SOURCE_DIR}/resources/desktop/zirk.in)
