@@ -22,7 +22,9 @@
 #include <QAction>
 #include <QBuffer>
 #include <QDir>
+#include <QDrag>
 #include <QFile>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -31,7 +33,9 @@
 #include <QMessageBox>
 #include <QProgressDialog>
 #include <QRegExp>
+#include <QSet>
 #include <QSplitter>
+#include <QTemporaryDir>
 #include <QToolBar>
 #include <QTreeWidget>
 #include <QTreeWidgetItemIterator>
@@ -47,6 +51,12 @@
 #include "textures/CFileVTF.h"
 #define ZIRK_VIEWER_HAS_VTF 1
 #endif
+
+namespace {
+
+const char *const UriListFormat = "text/uri-list";
+
+} // namespace
 
 VPackage::VPackage(const QString &fileToOpen, QWidget *parent)
     : QWidget(parent)
@@ -116,6 +126,7 @@ VPackage::VPackage(const QString &fileToOpen, QWidget *parent)
     connect(table, &QWidget::customContextMenuRequested, this, &VPackage::tableContextMenu);
     connect(table, &QTableWidget::itemDoubleClicked, this, &VPackage::tableItemDoubleClicked);
     connect(table, &VPackageTableWidget::entryActivated, this, &VPackage::tableItemDoubleClicked);
+    connect(table, &VPackageTableWidget::dragStarted, this, &VPackage::startTableDrag);
     connect(table, &VPackageTableWidget::mouseReleasePoint, this, &VPackage::dragReleasePoint);
 
     setClosedState();
@@ -165,6 +176,7 @@ void VPackage::clearView()
     forwardStack.clear();
     currentItem = nullptr;
     contextTableItem = nullptr;
+    dragEntries.clear();
 }
 
 void VPackage::fileOpen()
@@ -558,7 +570,77 @@ void VPackage::packageContextDefragment() { }
 
 void VPackage::writeSelectedTableItems(QList<QUrl> *) { }
 
-void VPackage::delayedDataRequested(QDelayedMimeData *, const QString &) { }
+QDelayedMimeData *VPackage::createDragData(const QList<VPackageTreeWidgetItem *> &items)
+{
+    auto *data = new QDelayedMimeData;
+    QList<VPackageTreeWidgetItem *> entries;
+    for (VPackageTreeWidgetItem *item : items) {
+        // The package root has no name of its own to land under.
+        if (item && item->node && item->parent())
+            entries.append(item);
+    }
+    if (entries.isEmpty())
+        return data;
+    data->addDelayedFormat(QString::fromLatin1(UriListFormat));
+    dragEntries.insert(data, entries);
+    connect(data, &QDelayedMimeData::dataRequested, this, &VPackage::delayedDataRequested,
+            Qt::DirectConnection);
+    connect(data, &QObject::destroyed, this, [this, data] { dragEntries.remove(data); });
+    return data;
+}
+
+void VPackage::startTableDrag()
+{
+    if (!delegate)
+        return;
+    QList<VPackageTreeWidgetItem *> items;
+    for (const VPackageTableWidgetItem *row : selectedTableItems())
+        items.append(row->treeItem);
+    std::unique_ptr<QDelayedMimeData> data(createDragData(items));
+    if (data->delayedFormats().isEmpty())
+        return;
+    auto *drag = new QDrag(table);
+    drag->setMimeData(data.release());
+    drag->exec(Qt::CopyAction);
+    drag->deleteLater();
+}
+
+void VPackage::delayedDataRequested(QDelayedMimeData *data, const QString &format)
+{
+    // A file manager reads the list of files once the drop lands; only then
+    // are the entries written, into a folder of this window from which the
+    // target copies them.
+    if (format != QLatin1String(UriListFormat) || !data->delayedFormats().contains(format))
+        return;
+    data->removeDelayedFormat(format);
+    const QList<VPackageTreeWidgetItem *> entries = dragEntries.take(data);
+    if (entries.isEmpty() || !delegate)
+        return;
+    if (!dragFolder) {
+        dragFolder = std::make_unique<QTemporaryDir>(QDir::tempPath()
+                                                     + QStringLiteral("/zirk-drag-XXXXXX"));
+        if (!dragFolder->isValid()) {
+            qWarning("Unable to create path \"%s\"", qUtf8Printable(dragFolder->path()));
+            dragFolder.reset();
+            return;
+        }
+    }
+    // Each drop gets a folder of its own, so that one does not overwrite another.
+    const QString target = dragFolder->filePath(QString::number(++dragCount));
+    if (!QDir().mkpath(target)) {
+        qWarning("Unable to create path \"%s\"", qUtf8Printable(target));
+        return;
+    }
+    VPackageExtractor(delegate, nullptr).extract(entries, target);
+    QList<QUrl> urls;
+    for (const VPackageTreeWidgetItem *entry : entries) {
+        const QString relative = VPackageExtractor::relativePath(entry, entry);
+        const QString path = target + QLatin1Char('/') + relative;
+        if (VPackageExtractor::isContainedPath(relative) && QFileInfo::exists(path))
+            urls.append(QUrl::fromLocalFile(path));
+    }
+    data->setUrls(urls);
+}
 
 void VPackage::dragReleasePoint(QPoint) { }
 
@@ -593,18 +675,23 @@ void VPackage::treeContextExtract()
     packageContextExtract({ &carrier });
 }
 
-void VPackage::tableContextExtract()
+QList<VPackageTableWidgetItem *> VPackage::selectedTableItems() const
 {
     QList<VPackageTableWidgetItem *> items;
-    QList<int> rows;
+    QSet<int> rows;
     for (QTableWidgetItem *selected : table->selectedItems()) {
         if (rows.contains(selected->row()))
             continue;
-        rows.append(selected->row());
+        rows.insert(selected->row());
         if (auto *name = dynamic_cast<VPackageTableWidgetItem *>(table->item(selected->row(), 0)))
             items.append(name);
     }
-    packageContextExtract(items);
+    return items;
+}
+
+void VPackage::tableContextExtract()
+{
+    packageContextExtract(selectedTableItems());
 }
 
 void VPackage::packageContextExtract(QList<VPackageTableWidgetItem *> items)

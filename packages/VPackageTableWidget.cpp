@@ -20,6 +20,8 @@ VPackageTableWidget::VPackageTableWidget(QWidget *parent)
     verticalHeader()->hide();
     setContextMenuPolicy(Qt::CustomContextMenu);
     setShowGrid(false);
+    setDragEnabled(true);
+    setDragDropMode(QAbstractItemView::DragOnly);
 }
 
 void VPackageTableWidget::mouseReleaseEvent(QMouseEvent *event)
@@ -37,4 +39,10 @@ void VPackageTableWidget::keyPressEvent(QKeyEvent *event)
         return;
     }
     QTableWidget::keyPressEvent(event);
+}
+
+void VPackageTableWidget::startDrag(Qt::DropActions)
+{
+    // The viewer knows the package: it builds the data and runs the drag.
+    emit dragStarted();
 }

@@ -4,6 +4,7 @@
 #include "app/ProgramSettings_t.h"
 #include "app/ZIRK.h"
 #include "packages/CDelegateVPK.h"
+#include "packages/QDelayedMimeData.h"
 #include "packages/VPackage.h"
 #include "packages/VPackagePropertiesDialog.h"
 #include "packages/VPackageTableWidget.h"
@@ -16,6 +17,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QContextMenuEvent>
+#include <QDirIterator>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMenu>
@@ -27,6 +29,7 @@
 #include <QTreeWidget>
 
 #include <functional>
+#include <memory>
 
 using fixtures::CacheBuilder;
 using fixtures::VpkBuilder;
@@ -119,6 +122,21 @@ class tst_packages_viewer : public QObject
         action();
         (void)QTest::qWaitFor([&text] { return !text.isEmpty(); }, 1000);
         return text;
+    }
+
+    // Files below root, relative to it, sorted; with a prefix, only below the
+    // folders whose names begin with it.
+    static QStringList filesBelow(const QString &root, const QString &prefix)
+    {
+        QStringList files;
+        QDirIterator it(root, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString file = QDir(root).relativeFilePath(it.next());
+            if (file.startsWith(prefix))
+                files << file;
+        }
+        files.sort();
+        return files;
     }
 
     static QByteArray readFile(const QString &path)
@@ -495,6 +513,91 @@ private slots:
         QVERIFY(!QFile::exists(outer.filePath(QStringLiteral("escape.txt"))));
         QVERIFY(!QFile::exists(outer.filePath(QStringLiteral("inner/escape.txt"))));
         QVERIFY(!QFile::exists(outer.filePath(QStringLiteral("inner/deeper/escape.txt"))));
+    }
+
+    // Dragging rows out: the data names the file list only, and the entries are
+    // written when the drop target asks for it, a folder with all below it.
+    void dragDataExtractsOnRequest_data()
+    {
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<QString>("row");
+        QTest::addColumn<QStringList>("written");
+        QTest::newRow("a folder") << QString() << "materials"
+                                  << QStringList({ "materials/brick/wall.vmt",
+                                                   "materials/brick/wall.vtf",
+                                                   "materials/metal/plate.vmt" });
+        QTest::newRow("a file") << "docs"
+                                << "readme.txt" << QStringList({ "readme.txt" });
+    }
+
+    void dragDataExtractsOnRequest()
+    {
+        QFETCH(QString, folder);
+        QFETCH(QString, row);
+        QFETCH(QStringList, written);
+        VPackage viewer(vpkPath);
+        QVERIFY(viewer.getTableWidget()->dragEnabled());
+        if (!folder.isEmpty())
+            click(viewer.getTreeWidget(), findItem(viewer, folder));
+        auto *item = static_cast<VPackageTreeWidgetItem *>(
+            findItem(viewer, folder.isEmpty() ? row : folder + QLatin1Char('/') + row));
+        QVERIFY(item);
+
+        const QStringList before = filesBelow(QDir::tempPath(), QStringLiteral("zirk-drag-"));
+        std::unique_ptr<QDelayedMimeData> data(viewer.createDragData({ item }));
+        QVERIFY(data->formats().contains(QStringLiteral("text/uri-list")));
+        QVERIFY(data->hasUrls());
+        // Announcing the data writes nothing.
+        QCOMPARE(filesBelow(QDir::tempPath(), QStringLiteral("zirk-drag-")), before);
+
+        const QList<QUrl> urls = data->urls();
+        QCOMPARE(urls.size(), 1);
+        QVERIFY(urls.first().isLocalFile());
+        const QFileInfo dropped(urls.first().toLocalFile());
+        QCOMPARE(dropped.fileName(), row);
+        QCOMPARE(dropped.isDir(), folder.isEmpty());
+        const QString base = dropped.absolutePath();
+        QStringList files;
+        for (const QString &file : filesBelow(base, QString()))
+            files << file;
+        QCOMPARE(files, written);
+        if (folder.isEmpty())
+            QCOMPARE(readFile(base + QStringLiteral("/materials/metal/plate.vmt")),
+                     QByteArray("plate material"));
+        else
+            QCOMPARE(readFile(dropped.filePath()), QByteArray("read me"));
+
+        // Asked again, the target gets the same list without a second extraction.
+        QCOMPARE(data->urls(), urls);
+        QCOMPARE(data->formats().count(QStringLiteral("text/uri-list")), 1);
+    }
+
+    void draggingHostileNamesWritesNothingOutside()
+    {
+        CacheBuilder b;
+        const int root = b.addDirectory(QString(), -1);
+        b.addFile(QStringLiteral(".."), root, "dots", { 0 });
+        b.addFile(QStringLiteral("a/../../escape.txt"), root, "escape", { 1 });
+        b.addFile(QStringLiteral("fine.txt"), root, "fine", { 2 });
+        const QString path = temp.filePath(QStringLiteral("hostile_drag.gcf"));
+        QVERIFY(fixtures::writeFile(path, b.buildGcf()));
+        VPackage viewer(path);
+        QVERIFY(viewer.getDelegate());
+        QTreeWidgetItem *top = viewer.getTreeWidget()->topLevelItem(0);
+        QList<VPackageTreeWidgetItem *> items;
+        for (int i = 0; i < top->childCount(); ++i)
+            items << static_cast<VPackageTreeWidgetItem *>(top->child(i));
+        // The root itself is not a thing to drop.
+        items << static_cast<VPackageTreeWidgetItem *>(top);
+        std::unique_ptr<QDelayedMimeData> data(viewer.createDragData(items));
+        const QList<QUrl> urls = data->urls();
+        QCOMPARE(urls.size(), 1);
+        QCOMPARE(QFileInfo(urls.first().toLocalFile()).fileName(), QStringLiteral("fine.txt"));
+        const QString dropFolder = QFileInfo(urls.first().toLocalFile()).absolutePath();
+        QCOMPARE(filesBelow(dropFolder, QString()), QStringList({ "fine.txt" }));
+        QCOMPARE(filesBelow(QFileInfo(dropFolder).absolutePath(), QString()),
+                 QStringList({ QFileInfo(dropFolder).fileName() + QStringLiteral("/fine.txt") }));
+        QVERIFY(!QFile::exists(QDir::tempPath() + QStringLiteral("/escape.txt")));
     }
 
     void cachePropertiesShowFragmentationAndFlags()
