@@ -129,6 +129,8 @@ VPackage::VPackage(const QString &fileToOpen, QWidget *parent)
     connect(table, &VPackageTableWidget::dragStarted, this, &VPackage::startTableDrag);
     connect(table, &VPackageTableWidget::mouseReleasePoint, this, &VPackage::dragReleasePoint);
 
+    // Room for a path of a few folders and names beside the tree.
+    resize(760, 460);
     setClosedState();
     if (!fileToOpen.isEmpty())
         fileOpen(fileToOpen);
@@ -443,6 +445,9 @@ void VPackage::tableItemDoubleClicked(QTableWidgetItem *item)
     if (treeItem->node->isBranch()) {
         tree->setCurrentItem(treeItem);
         tree->scrollToItem(treeItem);
+        // The keyboard goes on from the first row of the folder just entered.
+        if (table->rowCount() > 0)
+            table->setCurrentCell(0, 0, QItemSelectionModel::NoUpdate);
         return;
     }
     openEntry(treeItem);

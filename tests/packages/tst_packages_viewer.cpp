@@ -394,6 +394,9 @@ private slots:
         QTest::keyClick(table, Qt::Key_Return);
         QCOMPARE(viewer.getCurrentItem(), findItem(viewer, QStringLiteral("materials")));
         QCOMPARE(tableNames(viewer), QStringList({ "brick", "metal" }));
+        // And on into the first folder of that one.
+        QTest::keyClick(table, Qt::Key_Return);
+        QCOMPARE(viewer.getCurrentItem(), findItem(viewer, QStringLiteral("materials/brick")));
 
         click(viewer.getTreeWidget(), findItem(viewer, QStringLiteral("sound")));
         const QString expected = QDir::tempPath() + QStringLiteral("/zirk_viewer_test_a.wav");
