@@ -78,6 +78,11 @@ VPackage::VPackage(const QString &fileToOpen, QWidget *parent)
     actionSearch = toolBar->addAction(QIcon(QStringLiteral(":/resources/icons/magnifier")),
                                       QStringLiteral("Search"));
 
+    actionOpen->setShortcuts(QKeySequence::Open);
+    actionBack->setShortcuts(QKeySequence::Back);
+    actionForward->setShortcuts(QKeySequence::Forward);
+    actionSearch->setShortcuts(QKeySequence::Find);
+
     auto *pathLabel = new QLabel(QStringLiteral("Path:"), this);
     pathLine = new QLineEdit(this);
     pathLine->setReadOnly(true);

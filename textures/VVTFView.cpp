@@ -323,6 +323,9 @@ void VVTF::showImage(const QByteArray &rgba, unsigned short width, unsigned shor
 void VVTF::applyZoom()
 {
     zoom = qBound(ZoomSteps[0], zoom, largestZoom());
+    zoomLabel->setText(QStringLiteral("%1%").arg(qRound(zoom * 100)));
+    if (shownPixmap.isNull() && !imageLoaded)
+        return;
     const QSize size(qMax(1, qRound(shownPixmap.width() * zoom)),
                      qMax(1, qRound(shownPixmap.height() * zoom)));
     // Texels stay sharp squares when enlarged: a small texture is read pixel by pixel.
@@ -334,7 +337,6 @@ void VVTF::applyZoom()
     imageLabel->setFixedSize(shownPixmap.isNull() ? QSize(0, 0) : size);
     const int width = imageLabel->width();
     const int height = imageLabel->height();
-    zoomLabel->setText(QStringLiteral("%1%").arg(qRound(zoom * 100)));
     const bool tile = (drawFlags & (DrawTileRequested | DrawTileShown)) != 0;
     drawFlags &= ~unsigned(DrawTileRequested | DrawTileShown);
     if (tile) {
@@ -397,11 +399,7 @@ double VVTF::largestZoom() const
 void VVTF::setZoom(double factor)
 {
     zoom = factor;
-    if (!shownPixmap.isNull())
-        applyZoom();
-    else
-        zoomLabel->setText(
-            QStringLiteral("%1%").arg(qRound(qBound(ZoomSteps[0], zoom, largestZoom()) * 100)));
+    applyZoom();
 }
 
 void VVTF::vtfZoomIn()

@@ -407,6 +407,28 @@ private slots:
         QFile::remove(expected);
     }
 
+    void toolBarKeys()
+    {
+        VPackage viewer(vpkPath);
+        viewer.show();
+        viewer.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&viewer));
+        QTreeWidgetItem *materials = findItem(viewer, QStringLiteral("materials"));
+        click(viewer.getTreeWidget(), materials);
+        QTest::keyClick(viewer.getTableWidget(), Qt::Key_Left, Qt::AltModifier);
+        QCOMPARE(viewer.getCurrentItem(), viewer.getTreeWidget()->topLevelItem(0));
+        QTest::keyClick(viewer.getTableWidget(), Qt::Key_Right, Qt::AltModifier);
+        QCOMPARE(viewer.getCurrentItem(), materials);
+        bool searched = false;
+        QTimer::singleShot(0, [&viewer, &searched] {
+            QTRY_VERIFY(viewer.getSearchDialog()->isVisible());
+            searched = true;
+            viewer.getSearchDialog()->reject();
+        });
+        QTest::keyClick(viewer.getTableWidget(), Qt::Key_F, Qt::ControlModifier);
+        QVERIFY(searched);
+    }
+
     // A file that cannot be opened says why in a box over the viewer, and the
     // Output gets the same line, bare.
     void unopenableEntriesSayWhy_data()
