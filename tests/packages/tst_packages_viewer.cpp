@@ -415,18 +415,23 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(&viewer));
         QTreeWidgetItem *materials = findItem(viewer, QStringLiteral("materials"));
         click(viewer.getTreeWidget(), materials);
-        QTest::keyClick(viewer.getTableWidget(), Qt::Key_Left, Qt::AltModifier);
+        VPackageTableWidget *table = viewer.getTableWidget();
+        table->setFocus();
+        QTRY_VERIFY(table->hasFocus());
+        QTest::keyClick(table, Qt::Key_Left, Qt::AltModifier);
         QCOMPARE(viewer.getCurrentItem(), viewer.getTreeWidget()->topLevelItem(0));
-        QTest::keyClick(viewer.getTableWidget(), Qt::Key_Right, Qt::AltModifier);
+        QTest::keyClick(table, Qt::Key_Right, Qt::AltModifier);
         QCOMPARE(viewer.getCurrentItem(), materials);
         bool searched = false;
         QTimer::singleShot(0, [&viewer, &searched] {
-            QTRY_VERIFY(viewer.getSearchDialog()->isVisible());
-            searched = true;
-            viewer.getSearchDialog()->reject();
+            if (QTest::qWaitFor([&viewer] { return viewer.getSearchDialog()->isVisible(); },
+                                2000)) {
+                searched = true;
+                viewer.getSearchDialog()->reject();
+            }
         });
-        QTest::keyClick(viewer.getTableWidget(), Qt::Key_F, Qt::ControlModifier);
-        QVERIFY(searched);
+        QTest::keyClick(table, Qt::Key_F, Qt::ControlModifier);
+        QTRY_VERIFY(searched);
     }
 
     // A file that cannot be opened says why in a box over the viewer, and the
