@@ -2,6 +2,9 @@
 // slots. Tool windows that are not part of this build yet log a line instead.
 #include "app/ZIRK.h"
 
+#include "gamedata/CFileFGD.h"
+#include "gamedata/VFGD.h"
+#include "map/VVBSP.h"
 #include "packages/VPackage.h"
 #include "textures/CFileVTF.h"
 #include "textures/VTFMass.h"
@@ -111,17 +114,17 @@ void ZIRK::showVParticle(CFilePCF *)
 
 void ZIRK::showVVBSP()
 {
-    logUnavailable("VBSP Editor");
+    showSubwindowShared(new VVBSP());
 }
 
-void ZIRK::showVVBSP(const QString &)
+void ZIRK::showVVBSP(const QString &path)
 {
-    logUnavailable("VBSP Editor");
+    showSubwindowShared(new VVBSP(path));
 }
 
-void ZIRK::showVVBSP(CFileVBSP *)
+void ZIRK::showVVBSP(CFileVBSP *file)
 {
-    logUnavailable("VBSP Editor");
+    showSubwindowShared(new VVBSP(file));
 }
 
 void ZIRK::showVVMT()
@@ -141,12 +144,12 @@ void ZIRK::showVVMT(const QByteArray &, const QString &)
 
 void ZIRK::showVFGD()
 {
-    logUnavailable("FGD Editor");
+    showSubwindowShared(new VFGD());
 }
 
-void ZIRK::showVFGD(CFileFGD *)
+void ZIRK::showVFGD(CFileFGD *file)
 {
-    logUnavailable("FGD Editor");
+    showSubwindowShared(new VFGD(file));
 }
 
 void ZIRK::showVVTF()
@@ -223,5 +226,10 @@ void ZIRK::doDummy1()
                                                       QStringLiteral("Forge Game Data (*.fgd)"));
     if (path.isEmpty())
         return;
-    logUnavailable("FGD Editor");
+    // A file that fails to read shows nothing.
+    auto *file = new CFileFGD;
+    if (file->createFromFile(path))
+        showVFGD(file);
+    else
+        delete file;
 }

@@ -1,0 +1,1 @@
+zirk_add_test(tst_vbsp_file SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_vbsp_file.cpp)
