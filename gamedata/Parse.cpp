@@ -114,10 +114,10 @@ void Parse::returnString(const QByteArray &data, qsizetype &pos, QByteArray &out
         if (pos < data.size())
             ++pos;
         ignoreWhitespace(data, pos);
-        if (pos < data.size() && data[pos] == '+') {
-            ++pos;
-            ignoreWhitespace(data, pos);
-        }
+        if (pos >= data.size() || data[pos] != '+')
+            return;
+        ++pos;
+        ignoreWhitespace(data, pos);
     }
 }
 

@@ -18,7 +18,7 @@ void returnUntilWhitespace(const QByteArray &data, qsizetype &pos, QByteArray &o
 void returnUntilWhitespaceOr(const QByteArray &data, qsizetype &pos, char stop, QByteArray &out);
 // The trimmed text's first quoted string, or its first word.
 QByteArray getString(const QByteArray &text);
-// Quoted pieces, joined by "+" or simply following each other, read as one string.
+// Quoted pieces joined by "+", read as one string without a separator.
 void returnString(const QByteArray &data, qsizetype &pos, QByteArray &out);
 // An opaque colour of the first three numbers of "r g b", each clamped to 0 to 255.
 QRgb getQRgb(const QByteArray &text, QRgb fallback);

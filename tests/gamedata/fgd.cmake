@@ -1,0 +1,1 @@
+zirk_add_test(tst_gamedata_fgd SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_gamedata_fgd.cpp)
