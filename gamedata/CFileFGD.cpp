@@ -7,6 +7,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -88,8 +89,6 @@ private:
     QSet<QString> includeKeys;
     QSet<QString> exclusionKeys;
     QSet<QString> sphereKeys;
-    bool firstWordRead = false;
-    QByteArray firstWord;
 };
 
 bool Reader::run()
@@ -131,8 +130,9 @@ void Reader::readInclude()
     if (name.isEmpty() || !name.toLower().endsWith(".fgd"))
         return;
     const QString text = QString::fromLatin1(name);
-    if (!includeKeys.contains(text.toLower())) {
-        includeKeys.insert(text.toLower());
+    const QString key = text.toLower();
+    if (!includeKeys.contains(key)) {
+        includeKeys.insert(key);
         file.includes.append(text);
     }
 }
@@ -141,20 +141,18 @@ void Reader::readMaterialExclusion()
 {
     // Every line of the block yields the first word of the whole file, not its own: kept as the
     // format's reader has always done it. The block then ends on its bracket, which the
-    // top level refuses.
+    // top level refuses. Since the word never changes, only the first line has work to do.
     skip();
-    QByteArray line;
+    bool added = false;
     while (pos < size && data[pos] != ']') {
-        Parse::returnUntil(data, pos, '\n', line);
-        if (!firstWordRead) {
-            firstWord = Parse::getString(data);
-            firstWordRead = true;
-        }
-        if (!firstWord.isEmpty()) {
-            const QString text = QString::fromLatin1(firstWord);
-            if (!exclusionKeys.contains(text.toLower())) {
-                exclusionKeys.insert(text.toLower());
-                file.materialExclusions.append(text);
+        const void *lineFeed = std::memchr(data.constData() + pos, '\n', size_t(size - pos));
+        pos = lineFeed ? static_cast<const char *>(lineFeed) - data.constData() : size;
+        if (!added) {
+            added = true;
+            const QString word = QString::fromLatin1(Parse::getString(data));
+            if (!word.isEmpty() && !exclusionKeys.contains(word.toLower())) {
+                exclusionKeys.insert(word.toLower());
+                file.materialExclusions.append(word);
             }
         }
         skip();
