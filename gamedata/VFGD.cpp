@@ -74,6 +74,10 @@ void VFGD::createActions()
         = make(QStringLiteral("Save Copy As..."), "page_white_disk_add", &VFGD::fgdSaveCopyAs);
     actionImport = make(QStringLiteral("Import..."), "page_white_get", &VFGD::fgdImport);
     actionExport = make(QStringLiteral("Export..."), "page_white_put", &VFGD::fgdExport);
+    // There is no writer behind these entries: they stand, greyed, for what the tool lacks.
+    for (QAction *action :
+         { actionSave, actionSaveAs, actionSaveCopyAs, actionImport, actionExport })
+        action->setEnabled(false);
     actionExit = new QAction(icon("cross"), QStringLiteral("Exit"), this);
     connect(actionExit, &QAction::triggered, this, &QWidget::close);
     actionToggleReadonly
@@ -158,6 +162,8 @@ void VFGD::createWidgets()
     splitter->setStretchFactor(1, 2);
     splitter->setChildrenCollapsible(false);
     setCentralWidget(splitter);
+    // Fits the workspace of the smallest main window.
+    resize(960, 470);
 }
 
 QWidget *VFGD::createEntityPane()

@@ -12,6 +12,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalBlocker>
 #include <QSplitter>
 
@@ -47,6 +48,7 @@ VVBSP::VVBSP(QWidget *parent)
     createMenus();
     createWidgets();
     updateShapeSupportAction();
+    updateFileActions();
     updateOptions();
 }
 
@@ -151,9 +153,15 @@ void VVBSP::createWidgets()
     connect(tree, &VVBSPTreeWidget::keyUpPressed, this, &VVBSP::moveItemUp);
     connect(tree, &VVBSPTreeWidget::keyDownPressed, this, &VVBSP::moveItemDown);
 
+    // The options scroll up and down only: the area is never narrower than its fields need.
     auto *scroll = new QScrollArea;
     scroll->setWidgetResizable(true);
-    scroll->setWidget(createOptionsPanel());
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    QWidget *panel = createOptionsPanel();
+    scroll->setWidget(panel);
+    scroll->setMinimumWidth(panel->minimumSizeHint().width()
+                            + scroll->verticalScrollBar()->sizeHint().width()
+                            + 2 * scroll->frameWidth());
 
     auto *splitter = new QSplitter(Qt::Horizontal);
     splitter->addWidget(tree);
@@ -162,6 +170,8 @@ void VVBSP::createWidgets()
     splitter->setStretchFactor(1, 1);
     splitter->setChildrenCollapsible(false);
     setCentralWidget(splitter);
+    // Fits the workspace of the smallest main window.
+    resize(760, 460);
 }
 
 void VVBSP::warn(const QString &text)
@@ -208,8 +218,15 @@ void VVBSP::fileOpenShared(CFileVBSP *file)
         actionShapeSupport->setChecked(vbsp->detailShapeSupport);
     }
     updateShapeSupportAction();
+    updateFileActions();
     rebuildTree();
     setWindowModified(false);
+}
+
+void VVBSP::updateFileActions()
+{
+    for (QAction *action : { actionSave, actionSaveAs, actionSaveCopyAs })
+        action->setEnabled(vbsp != nullptr);
 }
 
 void VVBSP::ensureFile()

@@ -119,6 +119,7 @@ private:
     void updateDetailpropOptionsGroup();
     void updateSpriteFormEnabled();
     void updateShapeSupportAction();
+    void updateFileActions();
     void setModified();
     void warn(const QString &text);
 

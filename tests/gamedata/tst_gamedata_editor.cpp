@@ -144,10 +144,16 @@ private Q_SLOTS:
         QVERIFY(!find<QGroupBox>(window, "Properties")->isEnabled());
         QCOMPARE(window.getEntityFocus(), -1);
         QStringList menu;
+        QStringList disabled;
         for (QAction *action : window.menuBar()->actions().at(0)->menu()->actions()) {
             if (!action->isSeparator())
                 menu << action->text();
+            if (!action->isSeparator() && !action->isEnabled())
+                disabled << action->text();
         }
+        QCOMPARE(
+            disabled,
+            QStringList({ "Save", "Save As...", "Save Copy As...", "Import...", "Export..." }));
         QCOMPARE(menu,
                  QStringList({ "New", "Open...", "Save", "Save As...", "Save Copy As...",
                                "Import...", "Export...", "Exit" }));

@@ -301,7 +301,8 @@ private Q_SLOTS:
         QCOMPARE(window.getCurrentDetailprop()->sprite_shape, std::string("tri"));
         window.findChild<QComboBox *>("detailOrientation")->setCurrentIndex(0);
         QCOMPARE(window.getCurrentDetailprop()->detailOrientation, 0);
-        QTest::mouseClick(window.findChild<QCheckBox *>("upright"), Qt::LeftButton);
+        auto *upright = window.findChild<QCheckBox *>("upright");
+        QTest::mouseClick(upright, Qt::LeftButton, {}, QPoint(6, upright->height() / 2));
         QVERIFY(window.getCurrentDetailprop()->upright);
         QVERIFY(window.isWindowModified());
     }
@@ -510,7 +511,11 @@ private Q_SLOTS:
     {
         auto *window = new VVBSP;
         QPointer<VVBSP> guard(window);
+        QAction *save = window->menuBar()->actions().at(0)->menu()->actions().at(3);
+        QCOMPARE(save->text(), QStringLiteral("Save"));
+        QVERIFY(!save->isEnabled());
         window->fileNew();
+        QVERIFY(save->isEnabled());
         QVERIFY(window->getFile());
         answerText(QStringLiteral("t"));
         context(*window, nullptr, QStringLiteral("Add Type"));
