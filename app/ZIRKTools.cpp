@@ -2,6 +2,8 @@
 // slots. Tool windows that are not part of this build yet log a line instead.
 #include "app/ZIRK.h"
 
+#include "materials/VMass.h"
+#include "materials/VVMT.h"
 #include "packages/VPackage.h"
 #include "textures/CFileVTF.h"
 #include "textures/VTFMass.h"
@@ -91,7 +93,7 @@ void ZIRK::showVPackage(const QString &path)
 
 void ZIRK::showVMass()
 {
-    logUnavailable("Mass VMT Editor");
+    showSubwindowShared(new VMass());
 }
 
 void ZIRK::showVParticle()
@@ -126,17 +128,17 @@ void ZIRK::showVVBSP(CFileVBSP *)
 
 void ZIRK::showVVMT()
 {
-    logUnavailable("VMT Editor");
+    showSubwindowShared(new VVMT());
 }
 
-void ZIRK::showVVMT(const QString &)
+void ZIRK::showVVMT(const QString &path)
 {
-    logUnavailable("VMT Editor");
+    showSubwindowShared(new VVMT(path));
 }
 
-void ZIRK::showVVMT(const QByteArray &, const QString &)
+void ZIRK::showVVMT(const QByteArray &data, const QString &name)
 {
-    logUnavailable("VMT Editor");
+    showSubwindowShared(new VVMT(data, name));
 }
 
 void ZIRK::showVFGD()
