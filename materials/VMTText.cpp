@@ -4,6 +4,13 @@
 
 namespace VMTText {
 
+const char *const ShaderInsertionFailed = "Unable to find suitable shader insertion point.";
+const char *const ShaderReplacementQuestionable
+    = "Shader replacement accuracy may be questionable.";
+const char *const ShaderInsertionQuestionable = "Shader insertion accuracy may be questionable.";
+const char *const KeyValueInsertionFailed = "Unable to find suitable keyvalue insertion point.";
+const char *const ProxyInsertionFailed = "Unable to find suitable proxy insertion point.";
+
 namespace {
 
 // First character of the trimmed line, or a null character for a blank line.

@@ -11,16 +11,12 @@
 
 namespace VMTText {
 
-inline constexpr const char *ShaderInsertionFailed
-    = "Unable to find suitable shader insertion point.";
-inline constexpr const char *ShaderReplacementQuestionable
-    = "Shader replacement accuracy may be questionable.";
-inline constexpr const char *ShaderInsertionQuestionable
-    = "Shader insertion accuracy may be questionable.";
-inline constexpr const char *KeyValueInsertionFailed
-    = "Unable to find suitable keyvalue insertion point.";
-inline constexpr const char *ProxyInsertionFailed
-    = "Unable to find suitable proxy insertion point.";
+// The warnings, always returned as these very pointers.
+extern const char *const ShaderInsertionFailed;
+extern const char *const ShaderReplacementQuestionable;
+extern const char *const ShaderInsertionQuestionable;
+extern const char *const KeyValueInsertionFailed;
+extern const char *const ProxyInsertionFailed;
 
 // Lines are addressed with 16-bit indices; a longer text is refused whole (the adding routines
 // with their insertion warning) rather than half edited.
