@@ -31,6 +31,7 @@ const char *const InvalidType = "Invalid datatype specified for mass VMT editing
 const int MaxLookedAtRows = 65535;
 // The progress bar is repainted at most this often; the files go at disk speed in between.
 const qint64 ProgressIntervalMs = 40;
+const int ProxyRowHeight = 17;
 
 QPushButton *makeButton(const QString &text, const QString &icon, const char *name)
 {
@@ -102,6 +103,7 @@ void VMass::createWidgets()
     proxyTable->setHorizontalHeaderLabels({ QStringLiteral("Key"), QStringLiteral("Value") });
     proxyTable->horizontalHeader()->setStretchLastSection(true);
     proxyTable->verticalHeader()->hide();
+    proxyTable->verticalHeader()->setMinimumSectionSize(ProxyRowHeight);
     addProxyButton = makeButton(QStringLiteral("Add"), QStringLiteral("add"), "addProxyButton");
     removeProxyButton
         = makeButton(QStringLiteral("Remove"), QStringLiteral("delete"), "removeProxyButton");
@@ -188,7 +190,7 @@ void VMass::updateProxyTable(int index)
     for (int row = 0; row < keys.size(); ++row) {
         proxyTable->setItem(row, 0, new QTableWidgetItem(keys.at(row)));
         proxyTable->setItem(row, 1, new QTableWidgetItem);
-        proxyTable->setRowHeight(row, 17);
+        proxyTable->setRowHeight(row, ProxyRowHeight);
     }
 }
 

@@ -330,13 +330,19 @@ void VVMT::vmtSaveShared()
 {
     // Deliberately other-read and other-write alone: on an existing file this takes the
     // owner's rights away, and the write below then fails for anyone but the superuser.
-    QFile::setPermissions(filePath, QFile::ReadOther | QFile::WriteOther);
+    const QFile::Permissions permissions = QFile::ReadOther | QFile::WriteOther;
+    const bool existed = QFile::exists(filePath);
+    QFile::setPermissions(filePath, permissions);
     QSaveFile file(filePath);
     if (file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
         QTextStream stream(&file);
         stream << textEdit->toPlainText();
         stream.flush();
         file.commit();
+        // The replacement gets the rights of the file it replaces as the superuser sees them;
+        // the file keeps the ones given above.
+        if (existed)
+            QFile::setPermissions(filePath, permissions);
     }
     // A failed save is silent, and the document counts as saved all the same.
     setWindowModified(false);

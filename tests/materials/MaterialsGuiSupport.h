@@ -4,10 +4,12 @@
 
 #include "MaterialsTestSupport.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QTimer>
 
 #include <functional>
@@ -41,7 +43,7 @@ inline void answerFileDialog(const QString &path, QString *title = nullptr)
         auto *edit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
         QVERIFY(edit);
         edit->setText(QFileInfo(path).fileName());
-        dialog->accept();
+        static_cast<QDialog *>(dialog)->accept();
     });
 }
 
