@@ -4,10 +4,10 @@
 #include "app/ZIRK.h"
 #include "materials/VMassListWidgetItem.h"
 #include "util/QProgressDialogger.h"
-#include "util/UtilWidgets.h"
 
 #include <QComboBox>
 #include <QElapsedTimer>
+#include <QFileDialog>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHash>
@@ -101,6 +101,7 @@ void VMass::createWidgets()
     proxyTable = new QTableWidget(0, 2);
     proxyTable->setObjectName(QStringLiteral("proxyTable"));
     proxyTable->setHorizontalHeaderLabels({ QStringLiteral("Key"), QStringLiteral("Value") });
+    proxyTable->horizontalHeader()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
     proxyTable->horizontalHeader()->setStretchLastSection(true);
     proxyTable->verticalHeader()->hide();
     proxyTable->verticalHeader()->setMinimumSectionSize(ProxyRowHeight);
@@ -159,7 +160,17 @@ void VMass::createConnections()
     connect(removeParameterButton, &QPushButton::clicked, this, &VMass::removeParameter);
     connect(addProxyButton, &QPushButton::clicked, this, &VMass::addProxy);
     connect(removeProxyButton, &QPushButton::clicked, this, &VMass::removeProxy);
-    connect(proxyCombo, &QComboBox::currentIndexChanged, this, &VMass::updateProxyTable);
+    // A typed name gets its parameters as soon as it is a known one; values typed into the
+    // table stay while the proxy does not change.
+    connect(proxyCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
+        if (index != lastProxyRow)
+            updateProxyTable(index);
+    });
+    connect(proxyCombo, &QComboBox::editTextChanged, this, [this](const QString &text) {
+        const int known = proxyCombo->findText(text);
+        if (known != lastProxyRow)
+            updateProxyTable(known);
+    });
     connect(fileList->model(), &QAbstractItemModel::rowsInserted, this, &VMass::fileListUpdated);
     connect(fileList->model(), &QAbstractItemModel::rowsRemoved, this, &VMass::fileListUpdated);
     connect(fileList, &QListWidget::itemSelectionChanged, this, &VMass::fileListUpdated);
@@ -181,6 +192,7 @@ void VMass::fileListUpdated()
 
 void VMass::updateProxyTable(int index)
 {
+    lastProxyRow = index;
     proxyTable->setRowCount(0);
     const QStringList *extras = ProgramSettings_t::get()->proxyExtras;
     if (index <= 0 || index > extras->size())
@@ -213,7 +225,9 @@ QProgressDialogger *VMass::startProgress(int maximum)
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setMinimumWidth(500);
     dialog->setModal(true);
-    UTIL_centerOverWidget(dialog, this);
+    // Centred over this window on the screen (a dialog is placed in global coordinates).
+    dialog->adjustSize();
+    dialog->move(mapToGlobal(rect().center()) - dialog->rect().center());
     dialog->show();
     return dialog;
 }
@@ -225,6 +239,8 @@ void VMass::addFiles()
                               QStringLiteral("Valve Material Type (*.vmt);;Valve Texture File "
                                              "(*.vtf);;Valve Materials (*.vmt *.vtf)"),
                               QString());
+    // Both kinds are taken, so both are shown at first.
+    zirk->getFileDialog()->selectNameFilter(QStringLiteral("Valve Materials (*.vmt *.vtf)"));
     addFiles(zirk->getExistingFiles());
 }
 
@@ -265,6 +281,10 @@ void VMass::addFiles(const QStringList &paths)
             dialog->setValue(int(i + 1));
             shown.restart();
         }
+    }
+    if (dialog) {
+        dialog->buttonOk()->setDefault(true);
+        dialog->buttonOk()->setFocus();
     }
 }
 
@@ -355,6 +375,9 @@ void VMass::runBatch(const CVMTBatch::Options_t &options)
         break;
     }
     dialog->setValue(dialog->maximum());
+    // The run is over: Return may close the log now.
+    dialog->buttonOk()->setDefault(true);
+    dialog->buttonOk()->setFocus();
 }
 
 void VMass::addData(int type)

@@ -66,4 +66,5 @@ private:
     QTableWidget *proxyTable = nullptr;
     QPushButton *addProxyButton = nullptr;
     QPushButton *removeProxyButton = nullptr;
+    int lastProxyRow = 0; // the proxy entry the table shows
 };

@@ -15,6 +15,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QSaveFile>
+#include <QScrollBar>
 #include <QShortcut>
 #include <QSplitter>
 #include <QTextEdit>
@@ -210,8 +211,13 @@ void VVMT::createToolBar()
 
 void VVMT::createLayout()
 {
+    // Wide enough for the longest entry, so that no list needs a horizontal scroll bar.
+    for (QListWidget *list : { shaderList, parameterList, proxyList }) {
+        list->setMinimumWidth(list->sizeHintForColumn(0) + 2 * list->frameWidth()
+                              + list->verticalScrollBar()->sizeHint().width());
+    }
     tabs->adjustSize();
-    tabs->setFixedWidth(tabs->width());
+    tabs->setFixedWidth(qMax(tabs->width(), tabs->minimumSizeHint().width()));
     splitter = new QSplitter(Qt::Horizontal);
     splitter->addWidget(tabs);
     splitter->addWidget(textEdit);

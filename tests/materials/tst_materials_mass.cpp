@@ -145,6 +145,16 @@ private slots:
         proxy->setCurrentIndex(1);
         proxy->setCurrentIndex(0);
         QCOMPARE(table->rowCount(), 0);
+        // A typed name that is known brings its parameters; the values typed so far stay
+        // while the name does not change.
+        proxy->lineEdit()->clear();
+        QTest::keyClicks(proxy->lineEdit(), QStringLiteral("Sin"));
+        QCOMPARE(table->rowCount(), 0);
+        QTest::keyClicks(proxy->lineEdit(), QStringLiteral("e"));
+        QCOMPARE(table->rowCount(), 3);
+        table->item(0, 1)->setText(QStringLiteral("0"));
+        proxy->setCurrentIndex(1);
+        QCOMPARE(table->item(0, 1)->text(), QStringLiteral("0"));
     }
 
     void addingFiles()
