@@ -296,6 +296,7 @@ void VVMT::vmtOpen(const QString &path)
 
 void VVMT::vmtLoad(const QString &path)
 {
+    fileName = fileNameOf(path);
     QFile file(path);
     if (path.isEmpty() || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         QMessageBox::warning(this, windowTitle(), file.errorString(), QMessageBox::Ok);
@@ -304,7 +305,6 @@ void VVMT::vmtLoad(const QString &path)
     QTextStream stream(&file);
     textEdit->setPlainText(stream.readAll());
     file.close();
-    fileName = fileNameOf(path);
     setWindowTitle(fileName + QStringLiteral("[*]"));
     setWindowModified(false);
 }

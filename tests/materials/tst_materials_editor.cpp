@@ -245,8 +245,10 @@ private slots:
         QCOMPARE(seen.title.remove(QStringLiteral("[*]")), QStringLiteral("VMT Editor"));
         QCOMPARE(seen.text, QStringLiteral("No such file or directory"));
         QCOMPARE(seen.icon, QMessageBox::Warning);
+        // The window keeps the path it was given, as a new file of that name.
         QVERIFY(text(window).isEmpty());
-        QCOMPARE(window.getFileName(), QString());
+        QCOMPARE(window.windowTitle(), QStringLiteral("VMT Editor[*]"));
+        QCOMPARE(window.getFilePath(), dir.filePath(QStringLiteral("missing.vmt")));
     }
 
     void binaryFileOpens()
