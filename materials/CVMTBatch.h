@@ -13,7 +13,8 @@
 class CVMTBatch
 {
 public:
-    enum AddDataType_t { Shader = 0, Parameter = 1, Proxy = 2 };
+    // Fixed width, so that any number given for it is a value of the type.
+    enum AddDataType_t : int { Shader = 0, Parameter = 1, Proxy = 2 };
     enum Status_t { Complete, Failed, Canceled };
 
     struct Entry_t

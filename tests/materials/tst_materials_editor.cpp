@@ -264,21 +264,21 @@ private slots:
         clickEntry(window, 0, "shaderList", 0);
     }
 
-    // 50 MB of keyvalues: more lines than the routines address, so a click changes nothing.
-    void hugeMaterial()
+    // More lines than the routines address (the 50 MB case is the batch tool's test): a click
+    // changes nothing.
+    void longMaterial()
     {
         QByteArray big = "\"Big\"\n{\n";
         const QByteArray line = "\t\"$key\" \"" + QByteArray(60, 'v') + "\"\n";
-        while (big.size() < 50 * 1024 * 1024)
+        for (int i = 0; i < 40000; ++i)
             big += line;
         big += "}\n";
-        VVMT window(material(QStringLiteral("big.vmt"), big));
+        VVMT window(material(QStringLiteral("long.vmt"), big));
         show(window);
         QCOMPARE(text(window).size(), big.size());
         clickEntry(window, 0, "shaderList", 0);
         QCOMPARE(text(window).size(), big.size());
         QVERIFY(text(window).startsWith(QStringLiteral("\"Big\"\n{")));
-        QFile::remove(dir.filePath(QStringLiteral("big.vmt")));
     }
 
     void cancelledSaveAsForgetsThePath()
