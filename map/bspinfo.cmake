@@ -1,0 +1,4 @@
+list(APPEND ZIRK_CORE_SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/CBspLumpTool.h
+    ${CMAKE_CURRENT_LIST_DIR}/CBspLumpTool.cpp
+)
