@@ -19,8 +19,7 @@ unsigned int info(const CDelegateBSP &bsp, int lump, CDelegateBSP::LumpDataField
 }
 
 // The checks of a lump file offered for `lump`, in their order; the data on success.
-bool readLumpFile(QFile &file, int lump, CLumpFileHeader &header, QByteArray &data,
-                  QString &error)
+bool readLumpFile(QFile &file, int lump, CLumpFileHeader &header, QByteArray &data, QString &error)
 {
     QDataStream stream(&file);
     stream.setByteOrder(QDataStream::LittleEndian);
@@ -134,8 +133,8 @@ bool CBspLumpTool::extract(const ExtractOptions &options, QString &error, QStrin
     return true;
 }
 
-CBspLumpTool::ReplaceResult_t CBspLumpTool::replace(const ReplaceOptions &options,
-                                                     QString &error, QVector<Row> *after)
+CBspLumpTool::ReplaceResult_t CBspLumpTool::replace(const ReplaceOptions &options, QString &error,
+                                                    QVector<Row> *after)
 {
     error.clear();
     QFile file(options.filePath);

@@ -52,8 +52,7 @@ public:
     static QString lumpName(int lump, int internalVersion);
     // The four bytes in file order, each as a character and as a number.
     static QString fourCCText(quint32 fourCC);
-    static QString extractFileName(int lump, int internalVersion, bool nameByLump,
-                                   bool asLumpFile);
+    static QString extractFileName(int lump, int internalVersion, bool nameByLump, bool asLumpFile);
 
     // False with an empty error when the overwrite question said no. `written` is the path.
     [[nodiscard]] static bool extract(const ExtractOptions &options, QString &error,

@@ -17,12 +17,15 @@ QByteArray solidText(int id)
 {
     QByteArray text = "\tsolid\n\t{\n\t\t\"id\" \"" + QByteArray::number(id) + "\"\n";
     for (int side = 0; side < 6; ++side) {
-        text += "\t\tside\n\t\t{\n\t\t\t\"id\" \"" + QByteArray::number(id * 6 + side) + "\"\n"
-                "\t\t\t\"plane\" \"(-512 " + QByteArray::number(side * 64) + " 64) (512 -512 64) "
-                "(512 512 64)\"\n\t\t\t\"material\" \"DEV/DEV_MEASUREGENERIC01B\"\n"
-                "\t\t\t\"uaxis\" \"[1 0 0 0] 0.25\"\n\t\t\t\"vaxis\" \"[0 -1 0 0] 0.25\"\n"
-                "\t\t\t\"rotation\" \"0\"\n\t\t\t\"lightmapscale\" \"16\"\n"
-                "\t\t\t\"smoothing_groups\" \"0\"\n";
+        text += "\t\tside\n\t\t{\n\t\t\t\"id\" \"" + QByteArray::number(id * 6 + side)
+            + "\"\n"
+              "\t\t\t\"plane\" \"(-512 "
+            + QByteArray::number(side * 64)
+            + " 64) (512 -512 64) "
+              "(512 512 64)\"\n\t\t\t\"material\" \"DEV/DEV_MEASUREGENERIC01B\"\n"
+              "\t\t\t\"uaxis\" \"[1 0 0 0] 0.25\"\n\t\t\t\"vaxis\" \"[0 -1 0 0] 0.25\"\n"
+              "\t\t\t\"rotation\" \"0\"\n\t\t\t\"lightmapscale\" \"16\"\n"
+              "\t\t\t\"smoothing_groups\" \"0\"\n";
         if (side == 0 && id % 8 == 0) {
             text += "\t\t\tdispinfo\n\t\t\t{\n\t\t\t\t\"power\" \"2\"\n\t\t\t\t\"startposition\" "
                     "\"[-512 -512 64]\"\n\t\t\t\t\"flags\" \"0\"\n\t\t\t\t\"elevation\" \"0\"\n"
@@ -52,10 +55,14 @@ const QByteArray &mapSource()
             all += solidText(id++);
         all += "}\n";
         while (all.size() < target) {
-            all += "entity\n{\n\t\"id\" \"" + QByteArray::number(id) + "\"\n\t\"classname\" "
-                   "\"func_door\"\n\t\"targetname\" \"door_" + QByteArray::number(id) + "\"\n"
-                   "\tconnections\n\t{\n\t\t\"OnOpen\" \"relay,Trigger,,0,-1\"\n\t}\n"
-                + solidText(id) + "\teditor\n\t{\n\t\t\"color\" \"220 30 220\"\n\t\t"
+            all += "entity\n{\n\t\"id\" \"" + QByteArray::number(id)
+                + "\"\n\t\"classname\" "
+                  "\"func_door\"\n\t\"targetname\" \"door_"
+                + QByteArray::number(id)
+                + "\"\n"
+                  "\tconnections\n\t{\n\t\t\"OnOpen\" \"relay,Trigger,,0,-1\"\n\t}\n"
+                + solidText(id)
+                + "\teditor\n\t{\n\t\t\"color\" \"220 30 220\"\n\t\t"
                   "\"visgroupshown\" \"1\"\n\t\t\"logicalpos\" \"[0 500]\"\n\t}\n}\n";
             ++id;
         }
@@ -117,24 +124,35 @@ const QByteArray &entityLump()
             const QByteArray n = QByteArray::number(i);
             switch (i % 4) {
             case 0:
-                all += "{\n\"origin\" \"" + n + " -512 64\"\n\"angles\" \"0 90 0\"\n\"model\" "
-                       "\"models/props_junk/wood_crate001a.mdl\"\n\"skin\" \"0\"\n\"spawnflags\" "
-                       "\"256\"\n\"targetname\" \"crate_" + n + "\"\n\"classname\" "
-                       "\"prop_physics\"\n}\n";
+                all += "{\n\"origin\" \"" + n
+                    + " -512 64\"\n\"angles\" \"0 90 0\"\n\"model\" "
+                      "\"models/props_junk/wood_crate001a.mdl\"\n\"skin\" \"0\"\n\"spawnflags\" "
+                      "\"256\"\n\"targetname\" \"crate_"
+                    + n
+                    + "\"\n\"classname\" "
+                      "\"prop_physics\"\n}\n";
                 break;
             case 1:
-                all += "{\n\"origin\" \"" + n + " 128 32\"\n\"_light\" \"255 240 200 300\"\n"
-                       "\"_lightHDR\" \"-1 -1 -1 1\"\n\"style\" \"0\"\n\"classname\" \"light\"\n}\n";
+                all += "{\n\"origin\" \"" + n
+                    + " 128 32\"\n\"_light\" \"255 240 200 300\"\n"
+                      "\"_lightHDR\" \"-1 -1 -1 1\"\n\"style\" \"0\"\n\"classname\" \"light\"\n}\n";
                 break;
             case 2:
-                all += "{\n\"model\" \"*" + n + "\"\n\"targetname\" \"door_" + n + "\"\n\"speed\" "
-                       "\"100\"\n\"OnOpen\" \"relay_" + n + ",Trigger,,0,-1\"\n\"OnClose\" "
-                       "\"relay_" + n + ",Trigger,,1,-1\"\n\"classname\" \"func_door\"\n}\n";
+                all += "{\n\"model\" \"*" + n + "\"\n\"targetname\" \"door_" + n
+                    + "\"\n\"speed\" "
+                      "\"100\"\n\"OnOpen\" \"relay_"
+                    + n
+                    + ",Trigger,,0,-1\"\n\"OnClose\" "
+                      "\"relay_"
+                    + n + ",Trigger,,1,-1\"\n\"classname\" \"func_door\"\n}\n";
                 break;
             default:
-                all += "{\n\"origin\" \"0 0 " + n + "\"\n\"targetname\" \"relay_" + n + "\"\n"
-                       "\"OnTrigger\" \"door_" + n + ",Open,,0,-1\"\n\"classname\" "
-                       "\"logic_relay\"\n}\n";
+                all += "{\n\"origin\" \"0 0 " + n + "\"\n\"targetname\" \"relay_" + n
+                    + "\"\n"
+                      "\"OnTrigger\" \"door_"
+                    + n
+                    + ",Open,,0,-1\"\n\"classname\" "
+                      "\"logic_relay\"\n}\n";
             }
         }
         all += '\0';

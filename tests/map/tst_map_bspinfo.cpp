@@ -50,17 +50,70 @@ const QList<NameRule> &nameRules()
     return rules;
 }
 
-const char *const allVersions[64]
-    = { "Entities", "Planes", "Texdata", "Vertexes", "Visibility", "Nodes", "Texinfo", "Faces",
-        "Lighting", "Occlusion", "Leaves", nullptr, "Edges", "Surfedges", "Models",
-        "Worldlights", "LeafFaces", "LeafBrushes", "Brushes", "Brushsides", "Areas",
-        "AreaPortals", nullptr, nullptr, nullptr, nullptr, "Dispinfo", "OriginalFaces", nullptr,
-        "PhysCollide", "VertNormals", "VertNormalIndices", "DispLightmapAlphas", "DispVerts",
-        "DispLightmapSamplePos", "GameLump", "LeafWaterData", "Primitives", "PrimVerts",
-        "PrimIndices", "Pakfile", "ClipPortalVerts", "Cubemaps", "TexdataStringData",
-        "TexdataStringTable", "Overlays", "LeafMinDistToWater", "FaceMacroTextureInfo",
-        "DispTris", nullptr, "WaterOverlays", nullptr, nullptr, nullptr, nullptr, nullptr,
-        nullptr, "XZipPakFile", "FacesHDR", nullptr, nullptr, nullptr, nullptr, nullptr };
+const char *const allVersions[64] = { "Entities",
+                                      "Planes",
+                                      "Texdata",
+                                      "Vertexes",
+                                      "Visibility",
+                                      "Nodes",
+                                      "Texinfo",
+                                      "Faces",
+                                      "Lighting",
+                                      "Occlusion",
+                                      "Leaves",
+                                      nullptr,
+                                      "Edges",
+                                      "Surfedges",
+                                      "Models",
+                                      "Worldlights",
+                                      "LeafFaces",
+                                      "LeafBrushes",
+                                      "Brushes",
+                                      "Brushsides",
+                                      "Areas",
+                                      "AreaPortals",
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      "Dispinfo",
+                                      "OriginalFaces",
+                                      nullptr,
+                                      "PhysCollide",
+                                      "VertNormals",
+                                      "VertNormalIndices",
+                                      "DispLightmapAlphas",
+                                      "DispVerts",
+                                      "DispLightmapSamplePos",
+                                      "GameLump",
+                                      "LeafWaterData",
+                                      "Primitives",
+                                      "PrimVerts",
+                                      "PrimIndices",
+                                      "Pakfile",
+                                      "ClipPortalVerts",
+                                      "Cubemaps",
+                                      "TexdataStringData",
+                                      "TexdataStringTable",
+                                      "Overlays",
+                                      "LeafMinDistToWater",
+                                      "FaceMacroTextureInfo",
+                                      "DispTris",
+                                      nullptr,
+                                      "WaterOverlays",
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      "XZipPakFile",
+                                      "FacesHDR",
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr };
 
 QString expectedName(int lump, int version)
 {
@@ -85,8 +138,8 @@ bool writeAll(const QString &path, const QByteArray &bytes)
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
-QByteArray lumpFile(qint32 offset, qint32 id, qint32 version, qint32 length,
-                    const QByteArray &data, qint32 revision = 0)
+QByteArray lumpFile(qint32 offset, qint32 id, qint32 version, qint32 length, const QByteArray &data,
+                    qint32 revision = 0)
 {
     CLumpFileHeader header;
     header.offset = offset;
@@ -177,9 +230,8 @@ private slots:
         QCOMPARE(readAll(written),
                  lumpFile(20, 5, BspFixture::lumpVersion(5), 14, "five-five-five", 7));
         // Declined: nothing written, no message.
-        QVERIFY(!CBspLumpTool::extract({ map, 5, dir.path(), true, false,
-                                         [](const QString &) { return false; } },
-                                       error));
+        QVERIFY(!CBspLumpTool::extract(
+            { map, 5, dir.path(), true, false, [](const QString &) { return false; } }, error));
         QVERIFY(error.isEmpty());
         QCOMPARE(readAll(written).size(), 34);
         QString asked;
@@ -191,8 +243,9 @@ private slots:
                                       error));
         QCOMPARE(asked, written);
         QVERIFY(!CBspLumpTool::extract({ map, 5, dir.filePath("none"), false, false, {} }, error));
-        QCOMPARE(error, QStringLiteral("Write Error: Unable to open file \"%1\"")
-                            .arg(dir.filePath("none/l_5")));
+        QCOMPARE(error,
+                 QStringLiteral("Write Error: Unable to open file \"%1\"")
+                     .arg(dir.filePath("none/l_5")));
         QVERIFY(!CBspLumpTool::extract({ dir.filePath("no.bsp"), 5, dir.path(), false, false, {} },
                                        error));
         QCOMPARE(error, QStringLiteral("File Error: Unable to open"));
@@ -204,16 +257,17 @@ private slots:
         QTest::addColumn<int>("row");
         QTest::addColumn<QString>("error");
         const qint32 v6 = BspFixture::lumpVersion(6);
-        QTest::newRow("trailing byte") << lumpFile(20, 6, v6, 3, "abcd") << 6
-                                       << "Unexpected end of data";
-        QTest::newRow("type mismatch") << lumpFile(20, 5, v6, 3, "abc") << 6 << "Lump type mismatch";
+        QTest::newRow("trailing byte")
+            << lumpFile(20, 6, v6, 3, "abcd") << 6 << "Unexpected end of data";
+        QTest::newRow("type mismatch")
+            << lumpFile(20, 5, v6, 3, "abc") << 6 << "Lump type mismatch";
         QTest::newRow("start") << lumpFile(24, 6, v6, 3, "abc") << 6 << "Unexpected start of data";
-        QTest::newRow("header only") << lumpFile(20, 6, v6, 0, QByteArray()) << 6
-                                     << "Unexpected end of file";
-        QTest::newRow("short header") << QByteArray("\x14\0\0\0", 4) << 6
-                                      << "Unexpected end of file";
-        QTest::newRow("lying length") << lumpFile(20, 6, v6, -17, "abc") << 6
-                                      << "Unexpected end of data";
+        QTest::newRow("header only")
+            << lumpFile(20, 6, v6, 0, QByteArray()) << 6 << "Unexpected end of file";
+        QTest::newRow("short header")
+            << QByteArray("\x14\0\0\0", 4) << 6 << "Unexpected end of file";
+        QTest::newRow("lying length")
+            << lumpFile(20, 6, v6, -17, "abc") << 6 << "Unexpected end of data";
         QTest::newRow("version") << lumpFile(20, 6, v6 + 1, 3, "abc") << 6
                                  << "Lump version mismatch";
     }
@@ -279,9 +333,9 @@ private slots:
                 QVERIFY2(rows.at(0).length > 0, qPrintable(path));
                 QString error;
                 QString written;
-                QVERIFY(CBspLumpTool::extract({ path, 0, dir.path(), true, true,
-                                                [](const QString &) { return true; } },
-                                              error, &written));
+                QVERIFY(CBspLumpTool::extract(
+                    { path, 0, dir.path(), true, true, [](const QString &) { return true; } },
+                    error, &written));
                 QCOMPARE(readAll(written).size(), 20 + int(rows.at(0).length));
             }
         }
