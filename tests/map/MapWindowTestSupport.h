@@ -12,12 +12,14 @@
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPointer>
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QTimer>
 #include <QtTest>
 
 #include <functional>
+#include <memory>
 
 // The modal dialog waiting for an answer. A window-modal progress dialog can stay the active
 // modal widget while a question stands above it, so the top-level widgets are searched too.
@@ -49,6 +51,44 @@ inline void answerNextDialog(std::function<void(QWidget *)> answer)
         answer(modal);
     });
     timer->start();
+}
+
+// Answers the next dialogs one after the other, each by its own answer, from one timer, so that
+// no two answers race for the same dialog.
+inline void answerInTurn(QList<std::function<void(QWidget *)>> answers)
+{
+    auto *timer = new QTimer;
+    timer->setInterval(10);
+    auto last = std::make_shared<QPointer<QWidget>>();
+    auto queue = std::make_shared<QList<std::function<void(QWidget *)>>>(std::move(answers));
+    QObject::connect(timer, &QTimer::timeout, [timer, last, queue] {
+        QWidget *modal = currentQuestion();
+        if (!modal || modal == last->data())
+            return;
+        *last = modal;
+        const auto answer = queue->takeFirst();
+        if (queue->isEmpty()) {
+            timer->stop();
+            timer->deleteLater();
+        }
+        answer(modal);
+    });
+    timer->start();
+}
+
+// An answer for answerInTurn: the message box's text is kept and the button pressed.
+inline std::function<void(QWidget *)> pressInBox(QMessageBox::StandardButton button,
+                                                 QString *text = nullptr)
+{
+    return [button, text](QWidget *widget) {
+        auto *box = qobject_cast<QMessageBox *>(widget);
+        QVERIFY2(box, qPrintable(widget->windowTitle()));
+        if (text)
+            *text = box->text();
+        QAbstractButton *target = box->button(button);
+        QVERIFY(target);
+        target->click();
+    };
 }
 
 // Records the title and text of the next message box and presses the button.
