@@ -13,8 +13,11 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QProgressDialog>
+#include <QScrollBar>
 #include <QTableWidget>
 #include <QVBoxLayout>
+
+#include <limits>
 
 namespace {
 
@@ -95,8 +98,19 @@ void VBSPINFO::createTable()
     table->setColumnWidth(
         3, metrics.horizontalAdvance(QStringLiteral("'w' (000) , ").repeated(4)) + 12);
     connect(table, &QWidget::customContextMenuRequested, this, &VBSPINFO::tableContextMenu);
+
+    // Wide enough for every column beside the longest lump name, and a good part of the rows.
+    int width = metrics.horizontalAdvance(QStringLiteral("LeafAmbientLightingHDR")) + 40;
+    for (int column = 0; column < 4; ++column)
+        width += table->columnWidth(column);
+    preferredSize = QSize(width + table->verticalScrollBar()->sizeHint().width() + 8, 400);
     connect(table->verticalHeader(), &QHeaderView::sectionClicked, this,
             &VBSPINFO::lumpHeaderSectionClicked);
+}
+
+QSize VBSPINFO::sizeHint() const
+{
+    return preferredSize;
 }
 
 bool VBSPINFO::openFile(const QString &path)
@@ -177,16 +191,21 @@ void VBSPINFO::extractLump(int lump)
         = QMessageBox::question(this, windowTitle(), QStringLiteral("Save as *.lmp?"),
                                 QMessageBox::Yes | QMessageBox::No)
         == QMessageBox::Yes;
-    options.overwrite = [this](const QString &path) {
+    BusyDialog busy(this);
+    options.overwrite = [this, &busy](const QString &path) {
+        // The question must not end up under the busy dialog.
+        busy.setMinimumDuration(std::numeric_limits<int>::max());
+        busy.hide();
         return QMessageBox::warning(
                    this, windowTitle(),
                    QStringLiteral("File %1 already exists.\n\nOverwrite?").arg(path),
                    QMessageBox::Ok | QMessageBox::Cancel)
             == QMessageBox::Ok;
     };
-    BusyDialog busy(this);
     QString error;
-    if (!CBspLumpTool::extract(options, error) && !error.isEmpty())
+    const bool extracted = CBspLumpTool::extract(options, error);
+    busy.close();
+    if (!extracted && !error.isEmpty())
         warn(error);
 }
 
@@ -200,9 +219,11 @@ void VBSPINFO::replaceLump(int lump)
     BusyDialog busy(this);
     QString error;
     QVector<CBspLumpTool::Row> rows;
+    const CBspLumpTool::ReplaceResult_t result
+        = CBspLumpTool::replace({ bspPath, lump, path }, error, &rows);
+    busy.close();
     // A failed rewrite is not reported here; the table shows the map as it stands.
-    if (CBspLumpTool::replace({ bspPath, lump, path }, error, &rows)
-        == CBspLumpTool::Replace_Refused) {
+    if (result == CBspLumpTool::Replace_Refused) {
         warn(error);
         return;
     }

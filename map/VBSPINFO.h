@@ -24,6 +24,9 @@ public:
     // False when the delegate has no file.
     bool openFile(const CDelegateBSP &bsp);
 
+    // Room for all columns: the workspace sizes new windows by it.
+    QSize sizeHint() const override;
+
 public slots:
     void tableContextMenu(const QPoint &position);
     void tableItemCopy();
@@ -39,6 +42,7 @@ private:
     void warn(const QString &text);
 
     QString bspPath;
+    QSize preferredSize;
     QTableWidget *table = nullptr;
     QAction *copyAction = nullptr;
 };

@@ -237,13 +237,18 @@ bool VENTITY::bspSave(const QString &path)
     buildLump(lump);
     CEntityLumpFile::BSPSaveOptions options;
     // The answer is not used: the lump goes in at its new size whatever is said.
-    options.smallerThanBefore = [this] {
+    // The busy dialog stays above message boxes: it steps aside while one is up.
+    options.smallerThanBefore = [this, &busy] {
+        busy.hide();
         (void)ask(QStringLiteral(
             "New entity lump smaller than original lump. Preserve original lump size?"));
+        busy.show();
     };
     bool flushed = false;
     QString error;
-    if (!CEntityLumpFile::writeToBSP(path, lump, options, flushed, error)) {
+    const bool written = CEntityLumpFile::writeToBSP(path, lump, options, flushed, error);
+    busy.close();
+    if (!written) {
         warn(error);
         return false;
     }
