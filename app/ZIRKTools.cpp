@@ -2,8 +2,11 @@
 // slots. Tool windows that are not part of this build yet log a line instead.
 #include "app/ZIRK.h"
 
+#include "map/VBSPINFO.h"
+#include "map/VENTITY.h"
 #include "materials/VMass.h"
 #include "materials/VVMT.h"
+#include "packages/CDelegateBSP.h"
 #include "packages/VPackage.h"
 #include "textures/CFileVTF.h"
 #include "textures/VTFMass.h"
@@ -12,6 +15,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QMessageBox>
 
 ZIRK::Route ZIRK::routeForPath(const QString &path)
 {
@@ -187,19 +191,24 @@ void ZIRK::showVBSPInfo()
     showVBSPInfo(path);
 }
 
-void ZIRK::showVBSPInfo(const QString &)
+void ZIRK::showVBSPInfo(const QString &path)
 {
-    logUnavailable("BSP Info");
+    CDelegateBSP bsp;
+    if (!bsp.openPackage(path, true)) {
+        QMessageBox::warning(this, QStringLiteral("BSP Info"), bsp.getLastError());
+        return;
+    }
+    showSubwindowShared(new VBSPINFO(bsp));
 }
 
 void ZIRK::showVEntity()
 {
-    logUnavailable("Entity Lump Editor");
+    showSubwindowShared(new VENTITY());
 }
 
-void ZIRK::showVEntity(const QString &)
+void ZIRK::showVEntity(const QString &path)
 {
-    logUnavailable("Entity Lump Editor");
+    showSubwindowShared(new VENTITY(path));
 }
 
 void ZIRK::showVPakfile()
