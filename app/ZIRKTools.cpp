@@ -4,7 +4,12 @@
 
 #include "gamedata/CFileFGD.h"
 #include "gamedata/VFGD.h"
+#include "map/VBSPINFO.h"
+#include "map/VENTITY.h"
 #include "map/VVBSP.h"
+#include "materials/VMass.h"
+#include "materials/VVMT.h"
+#include "packages/CDelegateBSP.h"
 #include "packages/VPackage.h"
 #include "textures/CFileVTF.h"
 #include "textures/VTFMass.h"
@@ -13,6 +18,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QMessageBox>
 
 ZIRK::Route ZIRK::routeForPath(const QString &path)
 {
@@ -94,7 +100,7 @@ void ZIRK::showVPackage(const QString &path)
 
 void ZIRK::showVMass()
 {
-    logUnavailable("Mass VMT Editor");
+    showSubwindowShared(new VMass());
 }
 
 void ZIRK::showVParticle()
@@ -129,17 +135,17 @@ void ZIRK::showVVBSP(CFileVBSP *file)
 
 void ZIRK::showVVMT()
 {
-    logUnavailable("VMT Editor");
+    showSubwindowShared(new VVMT());
 }
 
-void ZIRK::showVVMT(const QString &)
+void ZIRK::showVVMT(const QString &path)
 {
-    logUnavailable("VMT Editor");
+    showSubwindowShared(new VVMT(path));
 }
 
-void ZIRK::showVVMT(const QByteArray &, const QString &)
+void ZIRK::showVVMT(const QByteArray &data, const QString &name)
 {
-    logUnavailable("VMT Editor");
+    showSubwindowShared(new VVMT(data, name));
 }
 
 void ZIRK::showVFGD()
@@ -188,19 +194,24 @@ void ZIRK::showVBSPInfo()
     showVBSPInfo(path);
 }
 
-void ZIRK::showVBSPInfo(const QString &)
+void ZIRK::showVBSPInfo(const QString &path)
 {
-    logUnavailable("BSP Info");
+    CDelegateBSP bsp;
+    if (!bsp.openPackage(path, true)) {
+        QMessageBox::warning(this, QStringLiteral("BSP Info"), bsp.getLastError());
+        return;
+    }
+    showSubwindowShared(new VBSPINFO(bsp));
 }
 
 void ZIRK::showVEntity()
 {
-    logUnavailable("Entity Lump Editor");
+    showSubwindowShared(new VENTITY());
 }
 
-void ZIRK::showVEntity(const QString &)
+void ZIRK::showVEntity(const QString &path)
 {
-    logUnavailable("Entity Lump Editor");
+    showSubwindowShared(new VENTITY(path));
 }
 
 void ZIRK::showVPakfile()
