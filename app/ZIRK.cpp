@@ -250,7 +250,9 @@ QMdiSubWindow *ZIRK::showSubwindowShared(QWidget *widget)
     const QSize wish = wishedSize(widget);
     QMdiSubWindow *window = m_workspace->addSubWindow(widget);
     window->setAttribute(Qt::WA_DeleteOnClose);
-    // A tool window that deletes itself takes its frame along.
+    // A tool window that deletes itself takes its frame along; one that closes
+    // itself (its "Exit") goes, rather than leave an empty frame behind.
+    widget->setAttribute(Qt::WA_DeleteOnClose);
     connect(widget, &QObject::destroyed, window, &QWidget::close);
     widget->setVisible(true);
     fitSubWindow(window, wish);

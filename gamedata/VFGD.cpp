@@ -80,6 +80,10 @@ void VFGD::createActions()
         action->setEnabled(false);
     actionExit = new QAction(icon("cross"), QStringLiteral("Exit"), this);
     connect(actionExit, &QAction::triggered, this, &QWidget::close);
+    actionOpen->setShortcuts(QKeySequence::Open);
+    actionSave->setShortcuts(QKeySequence::Save);
+    actionSaveAs->setShortcuts(QKeySequence::SaveAs);
+    actionExit->setShortcuts(QKeySequence::Close);
     actionToggleReadonly
         = make(QStringLiteral("Toggle Readonly"), "lock", &VFGD::fgdToggleReadonly);
     actionToggleSphere = make(QStringLiteral("Toggle Sphere"), "sphere", &VFGD::fgdToggleSphere);

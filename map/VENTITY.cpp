@@ -9,6 +9,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QIcon>
+#include <QKeySequence>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -100,6 +101,7 @@ void VENTITY::createActions()
     exportVmfAction
         = make(QStringLiteral("As VMF ..."), nullptr, "actionExportVMF", &VENTITY::exportAsVMF);
     closeAction = make(QStringLiteral("Close"), "cross", "actionClose", &QWidget::close);
+    closeAction->setShortcuts(QKeySequence::Close);
     prismAction = make(QStringLiteral("Find In Rectangular Prism..."), "cube_wireframe",
                        "actionFindPrism", &VENTITY::findEntitiesInRectangularPrism);
     sphereAction = make(QStringLiteral("Find In Sphere..."), "sphere", "actionFindSphere",

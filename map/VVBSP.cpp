@@ -84,6 +84,10 @@ void VVBSP::createActions()
     actionSaveAs = make(QStringLiteral("Save As..."), "page_white_disk");
     actionSaveCopyAs = make(QStringLiteral("Save Copy As..."), "page_white_disk_add");
     actionClose = make(QStringLiteral("Close"), "cross");
+    actionOpen->setShortcuts(QKeySequence::Open);
+    actionSave->setShortcuts(QKeySequence::Save);
+    actionSaveAs->setShortcuts(QKeySequence::SaveAs);
+    actionClose->setShortcuts(QKeySequence::Close);
     actionShapeSupport = make(QStringLiteral("Detail Shape Support"), nullptr);
     actionShapeSupport->setCheckable(true);
     actionShapeSupport->setChecked(true);

@@ -23,6 +23,7 @@
 #include <QToolButton>
 #include <QTreeWidget>
 #include <QtTest>
+#include <functional>
 #include <thread>
 
 namespace {
@@ -387,6 +388,49 @@ private Q_SLOTS:
         QVERIFY(!outputText().mid(output.size()).contains(QStringLiteral("mbiguous")));
         first->close();
         QTRY_VERIFY(!first);
+    }
+
+    // Every tool window with a menu closes on the standard key, frame and all.
+    void closeKeyClosesEachToolWindow_data()
+    {
+        QTest::addColumn<int>("tool");
+        QTest::newRow("VTF Editor") << 0;
+        QTest::newRow("VMT Editor") << 1;
+        QTest::newRow("VBSP Editor") << 2;
+        QTest::newRow("Entity Lump Editor") << 3;
+        QTest::newRow("FGD Editor") << 4;
+    }
+
+    void closeKeyClosesEachToolWindow()
+    {
+        QFETCH(int, tool);
+        QMdiArea *area = m_window->getWorkspace();
+        m_window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_window));
+        const int before = area->subWindowList().size();
+        const std::function<void()> open[] = {
+            [this] { m_window->showVVTF(); },  [this] { m_window->showVVMT(); },
+            [this] { m_window->showVVBSP(); }, [this] { m_window->showVEntity(); },
+            [this] { m_window->showVFGD(); },
+        };
+        open[tool]();
+        QCOMPARE(area->subWindowList().size(), before + 1);
+        QPointer<QMdiSubWindow> frame = area->subWindowList(QMdiArea::CreationOrder).last();
+        area->setActiveSubWindow(frame);
+        // The focus in the first control of the tool window that takes it, or on its
+        // frame when all are off, as in an editor without a file.
+        QWidget *target = frame;
+        for (QWidget *child : frame->widget()->findChildren<QWidget *>()) {
+            if ((child->focusPolicy() & Qt::TabFocus) && child->isEnabled() && child->isVisible()) {
+                target = child;
+                break;
+            }
+        }
+        target->setFocus();
+        QTRY_COMPARE(QApplication::focusWidget(), target);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_W, Qt::ControlModifier);
+        QTRY_VERIFY(!frame);
+        QCOMPARE(area->subWindowList().size(), before);
     }
 
     void aboutBoxKeepsTheLicenceOnOneLine()
