@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 class QIODevice;
@@ -25,6 +26,11 @@ public:
     // Every line followed by "\n" (never a carriage return), to path or, when it is empty,
     // to the stored path.
     [[nodiscard]] bool saveFile(const QString &path);
+
+    // Appends the materials and textures that the lines name to found and follows includes
+    // below root (see CReferenceScan); defined with the other content scanners.
+    void listReferencedContent(QStringList &found, const QString &root, QString &key,
+                               QString &value, QString &extra, QStringList *errors) const;
 
     QString path;
     bool valid = true;

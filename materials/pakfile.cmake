@@ -1,0 +1,5 @@
+list(APPEND ZIRK_CORE_SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/CPakfileTool.h
+    ${CMAKE_CURRENT_LIST_DIR}/CPakfileTool.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CPakfileToolSave.cpp
+)
