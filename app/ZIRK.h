@@ -94,6 +94,8 @@ public Q_SLOTS:
     void showVEntity(const QString &path);
     void showVPakfile();
     void showVPakfile(const QString &path);
+    // The model data window of a model or collision file; no menu leads here.
+    void showVMDL(const QString &path);
     void showENTSPY();
     void showGCFSCAPE();
     void showPAKRAT();

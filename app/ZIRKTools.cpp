@@ -7,7 +7,9 @@
 #include "map/VBSPINFO.h"
 #include "map/VENTITY.h"
 #include "map/VVBSP.h"
+#include "materials/VMDL.h"
 #include "materials/VMass.h"
+#include "materials/VPakfile.h"
 #include "materials/VVMT.h"
 #include "packages/CDelegateBSP.h"
 #include "packages/VPackage.h"
@@ -216,13 +218,23 @@ void ZIRK::showVEntity(const QString &path)
 
 void ZIRK::showVPakfile()
 {
-    logUnavailable("Pakfile Lump Editor");
+    showSubwindowShared(new VPakfile());
 }
 
 void ZIRK::showVPakfile(const QString &)
 {
     // Deliberately an empty editor, whatever the path.
     showVPakfile();
+}
+
+void ZIRK::showVMDL(const QString &path)
+{
+    auto *window = new VMDL();
+    if (!window->fileOpen(path)) {
+        delete window;
+        return;
+    }
+    showSubwindowShared(window);
 }
 
 void ZIRK::showENTSPY() { }
