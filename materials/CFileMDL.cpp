@@ -241,8 +241,9 @@ bool CFileMDL::readHeader(QDataStream &stream, qint64 base)
     if (header.studioHDR2Offset == 0)
         return true;
     QIODevice &device = *stream.device();
-    if (header.studioHDR2Offset < 0 || device.isSequential()
-        || !device.seek(base + header.studioHDR2Offset))
+    const qint64 at = base + header.studioHDR2Offset;
+    if (header.studioHDR2Offset < 0 || device.isSequential() || at >= device.size()
+        || !device.seek(at))
         return false;
     stream >> header2.sourceBoneTransformCount >> header2.sourceBoneTransformOffset
         >> header2.illuminationPositionAttachment >> header2.maxEyeDeflection
@@ -296,8 +297,9 @@ void CFileMDL::readTextureDirectories(QDataStream &stream, qint64 base)
 void CFileMDL::readKeyvalues(QDataStream &stream, qint64 base)
 {
     QIODevice &device = *stream.device();
-    if (header.keyvalueCount <= 0 || header.keyvalueOffset < 0
-        || !device.seek(base + header.keyvalueOffset))
+    const qint64 at = base + header.keyvalueOffset;
+    if (header.keyvalueCount <= 0 || header.keyvalueOffset < 0 || at >= device.size()
+        || !device.seek(at))
         return;
     const QByteArray block
         = device.read(qMin<qint64>(header.keyvalueCount, device.size() - device.pos()));
