@@ -1,0 +1,4 @@
+zirk_add_test(tst_materials_pakfile SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_materials_pakfile.cpp
+                                            ${CMAKE_CURRENT_LIST_DIR}/MaterialsTestSupport.h
+                                            ${CMAKE_CURRENT_LIST_DIR}/../packages/BspFixture.h
+                                            ${CMAKE_CURRENT_LIST_DIR}/../packages/BspFixture.cpp)
