@@ -52,8 +52,8 @@ QSize VPakfile::sizeHint() const
 
 QPushButton *VPakfile::makeButton(const QString &text, const char *objectName, const char *icon)
 {
-    auto *button = new QPushButton(QIcon(QStringLiteral(":/resources/icons/") + QLatin1String(icon)),
-                                   text);
+    auto *button
+        = new QPushButton(QIcon(QStringLiteral(":/resources/icons/") + QLatin1String(icon)), text);
     button->setObjectName(QLatin1String(objectName));
     return button;
 }
@@ -144,8 +144,8 @@ void VPakfile::setFilePageEnabled(bool enabled)
 {
     const bool open = delegate != nullptr;
     openButton->setEnabled(enabled);
-    for (QPushButton *button : { saveMapButton, deleteButton, addButton, scanButton,
-                                 extractButton, statusButton })
+    for (QPushButton *button :
+         { saveMapButton, deleteButton, addButton, scanButton, extractButton, statusButton })
         button->setEnabled(enabled && open);
     const bool selection = !pakfileTable->selectedItems().isEmpty();
     revertButton->setEnabled(enabled && open && selection);

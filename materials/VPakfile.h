@@ -77,8 +77,7 @@ private:
     QProgressDialogger *startProgress(const QString &label, int maximum);
     // Ends a job's dialog: it closes unless something was logged, then it waits for the user.
     void finishProgress(QProgressDialogger *dialog);
-    CPakfileTool::Answer_t askAll(const QString &text, const QString &informative,
-                                  bool defaultNo);
+    CPakfileTool::Answer_t askAll(const QString &text, const QString &informative, bool defaultNo);
     void fillScanTable(const QVector<CPakfileScan::Row_t> &rows);
     void markScanRows(bool add, bool all, const QString &label);
     void updatePakfileRowOf(const CPackageHierarchyNode *node);

@@ -235,10 +235,9 @@ void VPakfile::pakInfo()
     const auto field = [this](CDelegateBSP::LumpDataField_t which) {
         return delegate->getLumpInfo(CDelegateBSP::Lump_Pakfile, which);
     };
-    VPakfileStatusDialog status(field(CDelegateBSP::LumpField_Version),
-                                field(CDelegateBSP::LumpField_Offset),
-                                field(CDelegateBSP::LumpField_Length),
-                                QString::fromLatin1(delegate->getPakfileComment()),
-                                CPakfileTool::statistics(types), this);
+    VPakfileStatusDialog status(
+        field(CDelegateBSP::LumpField_Version), field(CDelegateBSP::LumpField_Offset),
+        field(CDelegateBSP::LumpField_Length), QString::fromLatin1(delegate->getPakfileComment()),
+        CPakfileTool::statistics(types), this);
     status.exec();
 }

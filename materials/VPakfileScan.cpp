@@ -75,8 +75,8 @@ QWidget *VPakfile::createScanPage()
     connect(automatic, &QPushButton::clicked, this, &VPakfile::pakScanAddMissing);
     connect(apply, &QPushButton::clicked, this, &VPakfile::pakScanApply);
     connect(cancel, &QPushButton::clicked, this, &VPakfile::pakScanCancel);
-    scanPageButtons = { browseButton, optionsButton, startScanButton, add, remove, automatic,
-                        apply, cancel };
+    scanPageButtons
+        = { browseButton, optionsButton, startScanButton, add, remove, automatic, apply, cancel };
 
     auto *legend = new QHBoxLayout;
     legend->setSpacing(4);

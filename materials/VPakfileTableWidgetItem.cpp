@@ -7,8 +7,7 @@
 VPakfileTableWidgetItem::VPakfileTableWidgetItem(const QString &text, CPackageHierarchyNode *node)
     : QTableWidgetItem(text)
     , node(node)
-{
-}
+{ }
 
 void VPakfileTableWidgetItem::update()
 {

@@ -9,8 +9,7 @@ VScanTableWidgetItem::VScanTableWidgetItem(const QString &text, const CPackageHi
     : QTableWidgetItem(text)
     , node(node)
     , contentDirectory(contentDirectory)
-{
-}
+{ }
 
 bool VScanTableWidgetItem::doesExist() const
 {

@@ -43,7 +43,8 @@ struct MdlFixture
         std::memcpy(data.data(), "IDST", 4);
         put32(data, 4, 48);
         put32(data, 8, checksum);
-        std::memcpy(data.data() + 12, internalName.constData(), qMin<qsizetype>(64, internalName.size()));
+        std::memcpy(data.data() + 12, internalName.constData(),
+                    qMin<qsizetype>(64, internalName.size()));
         putFloat(data, 80, 1.5f);
         putFloat(data, 84, -2.0f);
         putFloat(data, 88, 3.25f);
@@ -112,8 +113,8 @@ inline void fillScanVocabulary(ProgramSettings_t &settings)
     settings.vmtTextureKeyFiles->append(nullptr);
     settings.vmtTextureKeyFiles->append(nullptr);
     settings.vmtTextureKeyFiles->append(new QStringList { QStringLiteral("env_cubemap") });
-    settings.vmtTextureKeyFiles->append(new QStringList {
-        QStringLiteral("_rt_WaterRefraction"), QStringLiteral("_rt_FullFrameFB") });
+    settings.vmtTextureKeyFiles->append(new QStringList { QStringLiteral("_rt_WaterRefraction"),
+                                                          QStringLiteral("_rt_FullFrameFB") });
     *settings.soundChars << QStringLiteral("*") << QStringLiteral("#") << QStringLiteral("@");
     *settings.studioKeys << QStringLiteral("model") << QStringLiteral("gibmodel");
     *settings.spriteKeys << QStringLiteral("spritename") << QStringLiteral("ropematerial");
@@ -156,9 +157,8 @@ struct ParticleFixture
             system->attributes.append(attribute(QStringLiteral("material"),
                                                 CDmxAttribute::ATTRIBUTE_STRING,
                                                 new QString(material)));
-        system->attributes.append(attribute(DmxNames::children(),
-                                            CDmxAttribute::ATTRIBUTE_ELEMENT_ARRAY,
-                                            new DmxElementArray));
+        system->attributes.append(attribute(
+            DmxNames::children(), CDmxAttribute::ATTRIBUTE_ELEMENT_ARRAY, new DmxElementArray));
         file.elements.append(system);
         file.systemDefinitions()->append(system);
         return system;

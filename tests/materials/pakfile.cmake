@@ -2,3 +2,9 @@ zirk_add_test(tst_materials_pakfile SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_materi
                                             ${CMAKE_CURRENT_LIST_DIR}/MaterialsTestSupport.h
                                             ${CMAKE_CURRENT_LIST_DIR}/../packages/BspFixture.h
                                             ${CMAKE_CURRENT_LIST_DIR}/../packages/BspFixture.cpp)
+zirk_add_test(tst_materials_vpakfile GUI SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_materials_vpakfile.cpp
+                                                 ${CMAKE_CURRENT_LIST_DIR}/PakfileGuiSupport.h
+                                                 ${CMAKE_CURRENT_LIST_DIR}/ModelFixtures.h
+                                                 ${CMAKE_CURRENT_LIST_DIR}/MaterialsTestSupport.h
+                                                 ${CMAKE_CURRENT_LIST_DIR}/../packages/BspFixture.h
+                                                 ${CMAKE_CURRENT_LIST_DIR}/../packages/BspFixture.cpp)

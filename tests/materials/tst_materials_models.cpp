@@ -75,7 +75,8 @@ private slots:
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<QStringList>("lines");
         QTest::newRow("a, b unterminated") << QByteArray("a\nb") << QStringList { "a" };
-        QTest::newRow("empty lines skipped") << QByteArray("a\n\n\nb\n") << QStringList { "a", "b" };
+        QTest::newRow("empty lines skipped")
+            << QByteArray("a\n\n\nb\n") << QStringList { "a", "b" };
         QTest::newRow("NUL ends the block") << QByteArray("a\nb\0c\n", 6) << QStringList { "a" };
         QTest::newRow("none") << QByteArray() << QStringList();
     }
@@ -188,15 +189,17 @@ private slots:
         QCOMPARE(unnamed.lastError, QStringLiteral("Write Error: Invalid file path"));
         const QString blocked = dir.filePath(QStringLiteral("missing/dir/m.mdl"));
         QVERIFY(!unnamed.saveFile(blocked));
-        QCOMPARE(unnamed.lastError, QStringLiteral("File Error: Unable to open \"%1\"").arg(blocked));
+        QCOMPARE(unnamed.lastError,
+                 QStringLiteral("File Error: Unable to open \"%1\"").arg(blocked));
     }
 
     void physicsReadsSections()
     {
         CNotificationRecorder boxes;
-        const QByteArray text = "solid {\n\"index\" \"0\"\n}\neditparams {\n\"totalmass\" \"10\"\n}\n"
-                                "break { \"model\" \"a\" \"ragdoll\" \"b\" }\n"
-                                "break { \"model\" \"c\" \"health\" }\n";
+        const QByteArray text
+            = "solid {\n\"index\" \"0\"\n}\neditparams {\n\"totalmass\" \"10\"\n}\n"
+              "break { \"model\" \"a\" \"ragdoll\" \"b\" }\n"
+              "break { \"model\" \"c\" \"health\" }\n";
         const auto physics = physicsFrom(buildPhy({ "VPHYdata", "xy" }, text));
         QVERIFY(physics);
         QCOMPARE(physics->solidCount, 2);
@@ -299,7 +302,8 @@ private slots:
         QCOMPARE(eye->children.at(2).label, QStringLiteral("Z"));
         QCOMPARE(eye->children.at(2).value, QStringLiteral("3.25"));
         QVERIFY(child(tree, QStringLiteral("Allowed Root LODs")));
-        QCOMPARE(child(tree, QStringLiteral("Textures"))->children.first().value, QStringLiteral("t"));
+        QCOMPARE(child(tree, QStringLiteral("Textures"))->children.first().value,
+                 QStringLiteral("t"));
         // Fields that are read but not shown stay out.
         QVERIFY(!child(tree, QString()));
         QVERIFY(CModelInfo::toText(tree).contains(QStringLiteral("\n  Checksum: 305419896\n")));

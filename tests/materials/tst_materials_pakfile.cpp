@@ -22,8 +22,8 @@ FixturePakEntry packed(const QByteArray &name, const QByteArray &data)
 // A map with a few packed files, on disk and open.
 struct MapFixture
 {
-    explicit MapFixture(const QVector<FixturePakEntry> &entries = {
-                            packed("materials/a.vmt", "aaaa"), packed("materials/b.vmt", "bb"),
+    explicit MapFixture(const QVector<FixturePakEntry> &entries
+                        = { packed("materials/a.vmt", "aaaa"), packed("materials/b.vmt", "bb"),
                             packed("models/c.mdl", "cccccc") })
     {
         map.pakfile = entries;
@@ -58,16 +58,26 @@ private slots:
     {
         QTest::addColumn<QString>("extension");
         QTest::addColumn<QString>("type");
-        QTest::newRow("vmt") << "vmt" << "Material";
-        QTest::newRow("spr") << "spr" << "Material";
-        QTest::newRow("hdr") << "hdr.vtf" << "Texture (HDR)";
-        QTest::newRow("xbox") << "xbox.vtx" << "Mesh (XBox)";
-        QTest::newRow("vtx") << "vtx" << "Mesh";
-        QTest::newRow("dx90") << "dx90.vtx" << "Mesh (DX9)";
-        QTest::newRow("mp3") << "mp3" << "Sound";
-        QTest::newRow("ain") << "ain" << "Nodegraph";
-        QTest::newRow("case counts") << "VMT" << "Other";
-        QTest::newRow("nothing") << "" << "Other";
+        QTest::newRow("vmt") << "vmt"
+                             << "Material";
+        QTest::newRow("spr") << "spr"
+                             << "Material";
+        QTest::newRow("hdr") << "hdr.vtf"
+                             << "Texture (HDR)";
+        QTest::newRow("xbox") << "xbox.vtx"
+                              << "Mesh (XBox)";
+        QTest::newRow("vtx") << "vtx"
+                             << "Mesh";
+        QTest::newRow("dx90") << "dx90.vtx"
+                              << "Mesh (DX9)";
+        QTest::newRow("mp3") << "mp3"
+                             << "Sound";
+        QTest::newRow("ain") << "ain"
+                             << "Nodegraph";
+        QTest::newRow("case counts") << "VMT"
+                                     << "Other";
+        QTest::newRow("nothing") << ""
+                                 << "Other";
     }
 
     void typeForExtension()
@@ -132,7 +142,8 @@ private slots:
                                         QStringLiteral("materials"), overwrite);
         QVERIFY(result.canceled);
         writeFile(source + "materials", "not a directory");
-        result = CPakfileTool::addFiles(*fixture.bsp, { source + "materials" }, QString(), overwrite);
+        result
+            = CPakfileTool::addFiles(*fixture.bsp, { source + "materials" }, QString(), overwrite);
         QCOMPARE(result.log, QStringList { "Delegate Error: Target node is not leaf" });
     }
 
@@ -224,8 +235,8 @@ private slots:
         const CPakfileTool::ExportResult_t result
             = CPakfileTool::exportZip(*fixture.bsp, zipPath, error);
         QFETCH(QByteArray, comment);
-        QCOMPARE(result, comment.isEmpty() ? CPakfileTool::ExportedCommentTooLong
-                                           : CPakfileTool::Exported);
+        QCOMPARE(result,
+                 comment.isEmpty() ? CPakfileTool::ExportedCommentTooLong : CPakfileTool::Exported);
         if (comment.isEmpty())
             QCOMPARE(error,
                      QStringLiteral("Unable to write modified ZIP comment; old comment too long"));

@@ -171,8 +171,9 @@ private slots:
         QCOMPARE(ScanFixture::paths(rows),
                  (QStringList { "materials/BRICK/Wall01.vmt", "materials/metal.vmt",
                                 "materials/metal_d.vtf" }));
-        QCOMPARE(fixture.stages,
-                 (QStringList { "Scanning materials...", "Scanning entities...", "Building table..." }));
+        QCOMPARE(
+            fixture.stages,
+            (QStringList { "Scanning materials...", "Scanning entities...", "Building table..." }));
         QCOMPARE(rows.at(0).name, QStringLiteral("Wall01.vmt"));
         QCOMPARE(rows.at(0).directory, QStringLiteral("materials/BRICK"));
         QCOMPARE(rows.at(0).size, QStringLiteral("N/A"));
@@ -209,16 +210,16 @@ private slots:
         writeFile(fixture.content("models/x.mdl"), model.build());
         const auto rows = fixture.scan(EntityStages);
         const QStringList found = ScanFixture::paths(rows);
-        QCOMPARE(found,
-                 (QStringList { "models/x.mdl", "models/x.vvd", "models/x.dx90.vtx",
-                                "models/x.dx80.vtx", "models/x.sw.vtx", "models/x.vtx",
-                                "models/x.phy", "/materials/models/x/skin.vmt",
-                                "materials/skybox/sky_dayup.vmt", "materials/skybox/sky_daydn.vmt",
-                                "materials/skybox/sky_daylf.vmt", "materials/skybox/sky_dayrt.vmt",
-                                "materials/skybox/sky_dayft.vmt", "materials/skybox/sky_daybk.vmt",
-                                "sound/ambient/a.wav", "scripts/vscripts/first.nut",
-                                "scenes/intro.vcd", "materials/detail/grass.vmt",
-                                "sprites/glow.vmt" }));
+        QCOMPARE(
+            found,
+            (QStringList { "models/x.mdl", "models/x.vvd", "models/x.dx90.vtx", "models/x.dx80.vtx",
+                           "models/x.sw.vtx", "models/x.vtx", "models/x.phy",
+                           "/materials/models/x/skin.vmt", "materials/skybox/sky_dayup.vmt",
+                           "materials/skybox/sky_daydn.vmt", "materials/skybox/sky_daylf.vmt",
+                           "materials/skybox/sky_dayrt.vmt", "materials/skybox/sky_dayft.vmt",
+                           "materials/skybox/sky_daybk.vmt", "sound/ambient/a.wav",
+                           "scripts/vscripts/first.nut", "scenes/intro.vcd",
+                           "materials/detail/grass.vmt", "sprites/glow.vmt" }));
         const CPakfileScan::Row_t &sound = rows.at(found.indexOf("sound/ambient/a.wav"));
         QCOMPARE(sound.name, QStringLiteral("a.wav"));
         QCOMPARE(QLatin1Char('/') + sound.directory, QStringLiteral("/sound/ambient"));
@@ -240,8 +241,8 @@ private slots:
     void particleSystemsOfTheContentDirectory()
     {
         ScanFixture fixture;
-        fixture.map.lumps[0] = entities({ { "classname", "info_particle_system", "effect_name",
-                                            "spark" } });
+        fixture.map.lumps[0]
+            = entities({ { "classname", "info_particle_system", "effect_name", "spark" } });
         QVERIFY(fixture.open());
         std::unique_ptr<CFilePCF> file(CFilePCF::newPCF(CFilePCF::PCF_ORANGEBOX));
         ParticleFixture::addSystem(*file, "spark", "effects/spark.vmt");
@@ -263,9 +264,10 @@ private slots:
     void staticPropsAndMapFiles()
     {
         ScanFixture fixture;
-        fixture.map.gameLumps = { { BspFixture::fourCC(0), 0, 0, "other" },
-                                  { CDelegateBSP::StaticPropId, 0, 5,
-                                    staticProps({ "models/props/crate.mdl", "models/tree.mdl" }) } };
+        fixture.map.gameLumps
+            = { { BspFixture::fourCC(0), 0, 0, "other" },
+                { CDelegateBSP::StaticPropId, 0, 5,
+                  staticProps({ "models/props/crate.mdl", "models/tree.mdl" }) } };
         fixture.map.lumps[0] = entities({ { "SceneFile", "Maps/test.nav" } });
         QVERIFY(fixture.open());
         writeFile(fixture.content("maps/test_particles.txt"),
@@ -279,12 +281,12 @@ private slots:
         writeFile(fixture.content("scripts/soundscapes_test.txt"), "wave \"#\"");
         const auto rows = fixture.scan(CPakfileScan::StaticProps | CPakfileScan::MapSpecificFiles
                                        | CPakfileScan::Scenes);
-        QCOMPARE(ScanFixture::paths(rows),
-                 (QStringList { "Maps/test.nav", "models/props/crate.mdl", "models/tree.mdl",
-                                // case-sensitive here: the other spelling is listed again
-                                "maps/test.nav", "maps/test_particles.txt", "particles/p.pcf",
-                                "materials/effects/p.vmt", "scripts/soundscapes_test.txt",
-                                "sound/" }));
+        QCOMPARE(
+            ScanFixture::paths(rows),
+            (QStringList { "Maps/test.nav", "models/props/crate.mdl", "models/tree.mdl",
+                           // case-sensitive here: the other spelling is listed again
+                           "maps/test.nav", "maps/test_particles.txt", "particles/p.pcf",
+                           "materials/effects/p.vmt", "scripts/soundscapes_test.txt", "sound/" }));
         // The pattern of this stage is copied, so a second scan finds the same path.
         QVERIFY(ScanFixture::paths(fixture.scan(CPakfileScan::MapSpecificFiles))
                     .contains(QStringLiteral("maps/test.nav")));
@@ -312,8 +314,8 @@ private slots:
         QVERIFY(!rows.at(1).marked); // the package holds it
         QVERIFY(!rows.at(2).marked); // not on disk
         rows[1].marked = true;
-        const CPakfileScan::ApplyResult_t result
-            = CPakfileScan::apply(*fixture.bsp, CPakfileScan::normalizeContentDirectory(fixture.content()), rows);
+        const CPakfileScan::ApplyResult_t result = CPakfileScan::apply(
+            *fixture.bsp, CPakfileScan::normalizeContentDirectory(fixture.content()), rows);
         QVERIFY2(result.errors.isEmpty(), qPrintable(result.errors.join('\n')));
         QCOMPARE(result.added.size(), 1);
         QCOMPARE(result.updated.size(), 1);
@@ -332,7 +334,8 @@ private slots:
     void hostileContent()
     {
         ScanFixture fixture;
-        fixture.map.lumps[0] = entities({ { "model", "models/a.mdl" }, { "model", "models/bad.mdl" },
+        fixture.map.lumps[0] = entities({ { "model", "models/a.mdl" },
+                                          { "model", "models/bad.mdl" },
                                           { "spritename", "materials/loop.vmt" } });
         QVERIFY(fixture.open());
         MdlFixture a;
@@ -341,13 +344,15 @@ private slots:
         a.includes = { "models/a.mdl" };
         writeFile(fixture.content("models/a.mdl"), a.build());
         writeFile(fixture.content("models/bad.mdl"), "IDST but short");
-        writeFile(fixture.content("materials/loop.vmt"), "include materials/loop.vmt\n$bottommaterial loop");
+        writeFile(fixture.content("materials/loop.vmt"),
+                  "include materials/loop.vmt\n$bottommaterial loop");
         fixture.settings.vmtMaterialKeys->append(QStringLiteral("$bottommaterial"));
         for (int i = 0; i < 2000; ++i)
             writeFile(fixture.content(QStringLiteral("materials/wide/f%1.vtf").arg(i)), "x");
         const auto rows = fixture.scan(CPakfileScan::DefaultMask);
         QVERIFY(ScanFixture::paths(rows).contains(QStringLiteral("materials/loop.vmt")));
-        QVERIFY(fixture.log.contains(QStringLiteral("Read Error: Unable to read \".../models/bad.mdl\"")));
+        QVERIFY(fixture.log.contains(
+            QStringLiteral("Read Error: Unable to read \".../models/bad.mdl\"")));
     }
 
     // A real map, scanned against a content directory made for it, takes its brush materials
@@ -397,8 +402,8 @@ private slots:
                     expected.append(row.path);
             }
             QVERIFY(expected.contains(QString::fromLatin1(map.getGameLumpPropStatic().first())));
-            const CPakfileScan::ApplyResult_t applied = CPakfileScan::apply(
-                map, CPakfileScan::normalizeContentDirectory(content), rows);
+            const CPakfileScan::ApplyResult_t applied
+                = CPakfileScan::apply(map, CPakfileScan::normalizeContentDirectory(content), rows);
             QVERIFY2(applied.errors.isEmpty(), qPrintable(applied.errors.join('\n')));
             QVERIFY(!applied.added.isEmpty());
             QStringList warnings;

@@ -71,12 +71,12 @@ private slots:
         QTest::newRow("once however often")
             << QByteArray("\"$basetexture\" \"a/b.vtf\"\n$BaseTexture a\\b\n$bumpmap \"a/b\"")
             << QStringList { "materials/a/b.vtf" };
-        QTest::newRow("exception") << QByteArray("$envmap env_cubemap\n$envmap Env_CubeMap")
-                                   << QStringList();
+        QTest::newRow("exception")
+            << QByteArray("$envmap env_cubemap\n$envmap Env_CubeMap") << QStringList();
         QTest::newRow("second exception of a list")
             << QByteArray("$refracttexture _rt_FullFrameFB") << QStringList();
-        QTest::newRow("exception only for its key")
-            << QByteArray("$basetexture env_cubemap") << QStringList { "materials/env_cubemap.vtf" };
+        QTest::newRow("exception only for its key") << QByteArray("$basetexture env_cubemap")
+                                                    << QStringList { "materials/env_cubemap.vtf" };
         QTest::newRow("inside a proxy counts too")
             << QByteArray("Proxies\n{\n Sine\n {\n $basetexture \"x\"\n }\n}")
             << QStringList { "materials/x.vtf" };
@@ -114,11 +114,11 @@ private slots:
         Scan scan(rootOf(dir));
         scan.settings.vmtMaterialKeys->append(QStringLiteral("$BottomMaterial"));
         scan.vmt("include materials/a.vmt\ninclude materials/broken.vmt");
-        QCOMPARE(scan.found,
-                 (QStringList { "materials/a.vmt", "materials/b.vmt", "materials/tb.vtf",
-                                "materials/ta.vtf", "materials/water.vmt", "materials/w.vtf",
-                                "materials/water.spr", "materials/ws.vtf",
-                                "materials/broken.vmt" }));
+        QCOMPARE(
+            scan.found,
+            (QStringList { "materials/a.vmt", "materials/b.vmt", "materials/tb.vtf",
+                           "materials/ta.vtf", "materials/water.vmt", "materials/w.vtf",
+                           "materials/water.spr", "materials/ws.vtf", "materials/broken.vmt" }));
         QCOMPARE(scan.errors,
                  QStringList { "Read Error: Unable to read \".../materials/broken.vmt\"" });
     }
@@ -135,7 +135,8 @@ private slots:
         // Listed deeper than it is read; one line says where the walk stopped.
         QCOMPARE(scan.found.size(), CReferenceScan::MaxDepth + 1);
         QCOMPARE(scan.errors.size(), 1);
-        QVERIFY(scan.errors.first().startsWith(QStringLiteral("Read Error: Reference chain too deep")));
+        QVERIFY(
+            scan.errors.first().startsWith(QStringLiteral("Read Error: Reference chain too deep")));
     }
 
     void modelReferences()
@@ -230,17 +231,21 @@ private slots:
     {
         QTest::addColumn<QString>("value");
         QTest::addColumn<QString>("path");
-        QTest::newRow("plain") << "a/b" << "/models/a/b.mdl";
-        QTest::newRow("with suffix") << "a/b.mdl" << "/models/a/b.mdl";
-        QTest::newRow("suffix in capitals") << "a/b.MDL" << "/models/a/b.MDL.mdl";
+        QTest::newRow("plain") << "a/b"
+                               << "/models/a/b.mdl";
+        QTest::newRow("with suffix") << "a/b.mdl"
+                                     << "/models/a/b.mdl";
+        QTest::newRow("suffix in capitals") << "a/b.MDL"
+                                            << "/models/a/b.MDL.mdl";
     }
 
     void physicsModels()
     {
         QFETCH(QString, value);
         CNotificationRecorder boxes;
-        const QByteArray text = "break { \"model\" \"" + value.toLatin1() + "\" \"Model\" \"x\" }\n"
-                                "solid {\n\"model\" \"skipped\"\n}\n";
+        const QByteArray text = "break { \"model\" \"" + value.toLatin1()
+            + "\" \"Model\" \"x\" }\n"
+              "solid {\n\"model\" \"skipped\"\n}\n";
         QTemporaryDir dir;
         writeFile(dir.filePath("p.phy"), buildPhy({}, text));
         std::unique_ptr<CFilePHY> physics(CFilePHY::createFromFile(dir.filePath("p.phy")));
@@ -318,7 +323,8 @@ private slots:
         Scan scan(root);
         scan.walk().scanParticleManifest(manifest);
         QCOMPARE(scan.found, (QStringList { "particles/a.pcf", "materials/effects/spark.vmt" }));
-        QCOMPARE(scan.errors, QStringList { "Read Error: Unable to read \".../particles/bad.pcf\"" });
+        QCOMPARE(scan.errors,
+                 QStringList { "Read Error: Unable to read \".../particles/bad.pcf\"" });
 
         // The shared calling shape, with the settings of the program.
         writeFile(dir.filePath("particles_manifest.txt"), manifest);
