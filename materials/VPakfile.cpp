@@ -1,6 +1,7 @@
 #include "materials/VPakfile.h"
 
 #include "app/ZIRK.h"
+#include "materials/VPakfileRowDelegate.h"
 #include "materials/VPakfileTableWidgetItem.h"
 #include "packages/CDelegateBSP.h"
 #include "util/QProgressDialogger.h"
@@ -74,6 +75,7 @@ QTableWidget *VPakfile::createTable(const char *objectName)
     table->horizontalHeader()->setSectionsClickable(true);
     table->horizontalHeader()->setHighlightSections(false);
     table->horizontalHeader()->setStretchLastSection(true);
+    table->setItemDelegate(new VPakfileRowDelegate(table));
     table->setColumnWidth(0, 200);
     table->setColumnWidth(1, 260);
     table->setColumnWidth(2, 90);
@@ -219,6 +221,16 @@ void VPakfile::fillPakfileTable()
     pakfileTable->setRowCount(int(entries.size()));
     for (qsizetype row = 0; row < entries.size(); ++row)
         makeTableItemsForNode(entries.at(row), int(row));
+    fitColumns(pakfileTable);
+}
+
+void VPakfile::fitColumns(QTableWidget *table)
+{
+    // Names and paths as wide as they need, within reason; the type takes the rest.
+    for (int column = 0; column < 2; ++column) {
+        table->resizeColumnToContents(column);
+        table->setColumnWidth(column, qBound(120, table->columnWidth(column) + 8, 420));
+    }
 }
 
 void VPakfile::makeTableItemsForNode(const CPackageHierarchyNode *node, int row)

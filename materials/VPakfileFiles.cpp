@@ -177,6 +177,8 @@ void VPakfile::addFiles(const QStringList &files)
         pakfileTable->setRowCount(row + 1);
         makeTableItemsForNode(node, row);
     }
+    if (!result.added.isEmpty())
+        pakfileTable->scrollToItem(pakfileTable->item(pakfileTable->rowCount() - 1, 0));
     if (!dialog)
         return;
     for (const QString &line : result.log)
@@ -237,7 +239,7 @@ void VPakfile::pakInfo()
     };
     VPakfileStatusDialog status(
         field(CDelegateBSP::LumpField_Version), field(CDelegateBSP::LumpField_Offset),
-        field(CDelegateBSP::LumpField_Length), QString::fromLatin1(delegate->getPakfileComment()),
+        field(CDelegateBSP::LumpField_Length), delegate->getPakfileCommentTrimmed(),
         CPakfileTool::statistics(types), this);
     status.exec();
 }

@@ -229,6 +229,7 @@ void VPakfile::fillScanTable(const QVector<CPakfileScan::Row_t> &rows)
         }
         name->update();
     }
+    fitColumns(scanTable);
     scanTable->setUpdatesEnabled(true);
 }
 
@@ -315,10 +316,13 @@ void VPakfile::pakScanApply()
         if (dialog)
             dialog->setLabelText(QStringLiteral("Adding new..."));
         pakfileTable->setSortingEnabled(false);
-        int row = pakfileTable->rowCount();
-        pakfileTable->setRowCount(row + int(result.added.size()));
+        const int first = pakfileTable->rowCount();
+        pakfileTable->setRowCount(first + int(result.added.size()));
+        int row = first;
         for (const CPackageHierarchyNode *node : result.added)
             makeTableItemsForNode(node, row++);
+        // The new files are at the end: show them.
+        pakfileTable->scrollToItem(pakfileTable->item(first, 0));
     }
     finishProgress(dialog);
     pakScanCancel();

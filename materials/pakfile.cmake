@@ -4,6 +4,8 @@ list(APPEND ZIRK_CORE_SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/CPakfileToolSave.cpp
 )
 list(APPEND ZIRK_GUI_SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/VPakfileRowDelegate.h
+    ${CMAKE_CURRENT_LIST_DIR}/VPakfileRowDelegate.cpp
     ${CMAKE_CURRENT_LIST_DIR}/VPakfileTableWidgetItem.h
     ${CMAKE_CURRENT_LIST_DIR}/VPakfileTableWidgetItem.cpp
     ${CMAKE_CURRENT_LIST_DIR}/VScanTableWidgetItem.h

@@ -8,3 +8,6 @@ zirk_add_test(tst_materials_vpakfile GUI SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_m
                                                  ${CMAKE_CURRENT_LIST_DIR}/MaterialsTestSupport.h
                                                  ${CMAKE_CURRENT_LIST_DIR}/../packages/BspFixture.h
                                                  ${CMAKE_CURRENT_LIST_DIR}/../packages/BspFixture.cpp)
+# Not a test: the screenshot program of tools/pakfile_screenshots.sh.
+add_executable(pakfile_shots ${CMAKE_CURRENT_LIST_DIR}/pakfile_shots.cpp)
+target_link_libraries(pakfile_shots PRIVATE zirk_gui)
