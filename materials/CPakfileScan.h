@@ -99,6 +99,7 @@ public:
     // Marks every row that is on disk, unless the package holds its data already.
     static void markMissing(QVector<Row_t> &rows);
     // Adds the marked rows' files to the map, replacing what the package holds at their paths.
+    // contentDirectory is the normalized one (normalizeContentDirectory).
     static ApplyResult_t apply(CDelegateBSP &map, const QString &contentDirectory,
                                const QVector<Row_t> &rows,
                                const std::function<void(int row)> &step = {});
