@@ -219,10 +219,11 @@ void VParticle::particleOpen()
     QString path;
     if (!pickParticleFile(QStringLiteral("Open PCF"), false, path))
         return;
+    // A failure has been shown already.
     if (file)
         ZIRK::get()->showVParticle(path);
     else
-        particleOpen(path);
+        (void)particleOpen(path);
 }
 
 bool VParticle::particleOpen(const QString &path)
@@ -269,24 +270,25 @@ void VParticle::particleSave()
 {
     if (!file)
         return;
+    // A failure has been shown already, and leaves the window modified.
     if (filePath.isEmpty())
         particleSaveAs();
     else
-        particleSaveShared(filePath, false);
+        (void)particleSaveShared(filePath, false);
 }
 
 void VParticle::particleSaveAs()
 {
     QString path;
     if (file && pickParticleFile(QStringLiteral("Save PCF"), true, path))
-        particleSaveShared(path, false);
+        (void)particleSaveShared(path, false);
 }
 
 void VParticle::particleSaveCopyAs()
 {
     QString path;
     if (file && pickParticleFile(QStringLiteral("Save PCF Copy"), true, path))
-        particleSaveShared(path, true);
+        (void)particleSaveShared(path, true);
 }
 
 void VParticle::formatOrangeBox()

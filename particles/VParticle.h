@@ -43,12 +43,12 @@ public:
     const QString &getFilePath() const { return filePath; }
 
     // Reads the file into this window; on failure shows why and keeps what it had.
-    bool particleOpen(const QString &path);
+    [[nodiscard]] bool particleOpen(const QString &path);
     void particleOpenShared(CFilePCF *newFile, const QString &path);
-    bool particleSaveShared(const QString &path, bool copy);
+    [[nodiscard]] bool particleSaveShared(const QString &path, bool copy);
     // Copies systems of source into target, converted to target's version when they differ.
-    bool portShared(const CFilePCF *source, const QList<CDmxElement *> *systems, CFilePCF *target,
-                    bool preserveGUIDs);
+    [[nodiscard]] bool portShared(const CFilePCF *source, const QList<CDmxElement *> *systems,
+                                  CFilePCF *target, bool preserveGUIDs);
     void setTreeContents(CFilePCF &pcf);
 
 public Q_SLOTS:
@@ -92,7 +92,7 @@ private:
     void updateTitle();
     void updateFormatTicks();
     void warn(const QString &text);
-    bool pickParticleFile(const QString &title, bool save, QString &path);
+    [[nodiscard]] bool pickParticleFile(const QString &title, bool save, QString &path);
 
     // Tree rows.
     void addAttributeToTreeItem(QTreeWidget *tree, QTreeWidgetItem *parentItem,
@@ -117,11 +117,11 @@ private:
     void deleteElementItem(VParticleTreeWidgetItem *row);
     void deleteValueItem(VParticleTreeWidgetItem *row);
     void removeRowsShowing(const CDmxElement *element);
-    bool canAddTo(const VParticleTreeWidgetItem *row) const;
+    [[nodiscard]] bool canAddTo(const VParticleTreeWidgetItem *row) const;
 
     void massEditingShared(char mode);
-    bool chooseSystems(const CFilePCF &source, const QString &title, QList<CDmxElement *> &chosen,
-                       bool &preserveGUIDs);
+    [[nodiscard]] bool chooseSystems(const CFilePCF &source, const QString &title,
+                                     QList<CDmxElement *> &chosen, bool &preserveGUIDs);
 
     std::unique_ptr<CFilePCF> file;
     PCFDelegate delegate;

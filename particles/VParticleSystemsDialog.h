@@ -18,7 +18,7 @@ public:
     VParticleSystemsDialog(const CFilePCF &file, const QString &title, QWidget *parent = nullptr);
 
     QList<CDmxElement *> chosenSystems() const;
-    bool preserveGUIDs() const;
+    [[nodiscard]] bool preserveGUIDs() const;
 
 private:
     QList<CDmxElement *> systems;

@@ -11,7 +11,7 @@ namespace {
 
 // A hostile file may share one element from many places, level after level; the tree shows
 // at most this many rows and leaves further elements closed.
-constexpr qsizetype MaxRows = 2000000;
+constexpr qsizetype MaxRows = 1000000;
 
 bool isEditableValue(const CDmxAttribute *attribute)
 {

@@ -22,7 +22,7 @@ public:
     CDmxAttribute *getAttribute() const { return attribute; }
     CDmxElement *getElement() const { return element; }
     // An array item's row: the wrapper is the row's own.
-    bool isArrayItem() const { return !element; }
+    [[nodiscard]] bool isArrayItem() const { return !element; }
     // The element this row shows: an ELEMENT value, or an element item of a list.
     CDmxElement *shownElement() const;
     // The row of the attribute one level up, or null for the top level.
