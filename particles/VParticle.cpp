@@ -11,6 +11,7 @@
 #include <QHeaderView>
 #include <QIcon>
 #include <QInputDialog>
+#include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QTreeWidget>
@@ -100,7 +101,9 @@ void VParticle::createActions()
     actionSaveAs = make(QStringLiteral("Save As..."), "actionSaveAs", &VParticle::particleSaveAs);
     actionSaveCopyAs = make(QStringLiteral("Save Copy As..."), "actionSaveCopyAs",
                             &VParticle::particleSaveCopyAs);
-    actionExit = make(QStringLiteral("Exit"), "actionExit", &VParticle::close);
+    actionSaveAs->setShortcuts(QKeySequence::SaveAs);
+    actionExit = make(QStringLiteral("Exit"), "actionExit", &VParticle::closeFrame);
+    actionExit->setShortcuts(QKeySequence::Close);
 
     actionFormats[1] = make(CFilePCF::formatVersionToDisplayString(CFilePCF::PCF_ORANGEBOX),
                             "actionFormatOrangeBox", &VParticle::formatOrangeBox);
@@ -162,6 +165,15 @@ void VParticle::createTree()
     connect(tree, &QTreeWidget::itemDoubleClicked, this, &VParticle::startValueEdit);
     connect(tree, &QTreeWidget::itemChanged, this, &VParticle::valueEdited);
     setCentralWidget(tree);
+}
+
+void VParticle::closeFrame()
+{
+    // Inside the workspace the frame goes too, once this window agreed to close.
+    if (auto *frame = qobject_cast<QMdiSubWindow *>(parentWidget()))
+        frame->close();
+    else
+        close();
 }
 
 void VParticle::updateTitle()

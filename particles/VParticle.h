@@ -57,6 +57,7 @@ public Q_SLOTS:
     void particleSave();
     void particleSaveAs();
     void particleSaveCopyAs();
+    void closeFrame();
 
     void formatOrangeBox();
     void formatL4D();
