@@ -33,6 +33,7 @@ private slots:
     void templatesRoundTrip();
     void samples();
     void mutatedFilesNeverCrash();
+    void valuesFromAStream();
 };
 
 namespace {
@@ -558,6 +559,36 @@ void TestParticlesPcf::mutatedFilesNeverCrash()
         (void)delegate.writeData(again, file.get(), file->version);
     }
     QVERIFY(readable > 0);
+}
+
+void TestParticlesPcf::valuesFromAStream()
+{
+    std::unique_ptr<CFilePCF> file(CFilePCF::newPCF(CFilePCF::PCF_L4D2));
+    file->stringDictionary << new QString(QStringLiteral("zero"))
+                           << new QString(QStringLiteral("one"));
+    PcfBytes bytes(1);
+    bytes.data.clear();
+    bytes.i32(0).i32(3).u16(1).u16(9).i32(30000).i32(2).f32(1).f32(2).i32(-1).u8(4);
+    QDataStream stream(bytes.data);
+    stream.setByteOrder(QDataStream::LittleEndian);
+    DMXDelegate delegate;
+    using A = CDmxAttribute;
+    auto take = [&](A::ParticleAttributeType_t type) {
+        auto attribute = std::make_unique<A>();
+        attribute->ownsValue = type != A::ATTRIBUTE_ELEMENT;
+        void *value = delegate.dataForAttributeType(type, stream, file.get());
+        if (!value || !attribute->setValue(type, value))
+            return QStringLiteral("(none)");
+        return attribute->getValueAsString();
+    };
+    QCOMPARE(take(A::ATTRIBUTE_ELEMENT), QStringLiteral("untitled"));
+    QCOMPARE(take(A::ATTRIBUTE_ELEMENT), QStringLiteral("(none)")); // index 3: no such element
+    QCOMPARE(take(A::ATTRIBUTE_STRING), QStringLiteral("one"));
+    QCOMPARE(take(A::ATTRIBUTE_STRING), QStringLiteral("(none)")); // index 9: no such string
+    QCOMPARE(take(A::ATTRIBUTE_TIME), QStringLiteral("3"));
+    QCOMPARE(take(A::ATTRIBUTE_VECTOR2_ARRAY), QStringLiteral("(none)")); // one item short
+    QCOMPARE(take(A::ATTRIBUTE_NULL), QStringLiteral("(none)"));
+    QCOMPARE(take(A::ParticleAttributeType_t(40)), QStringLiteral("(none)"));
 }
 
 QTEST_GUILESS_MAIN(TestParticlesPcf)
