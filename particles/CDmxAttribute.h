@@ -76,11 +76,11 @@ public:
     CDmxAttribute &operator=(const CDmxAttribute &) = delete;
 
     static QString attributeTypeToAttributeName(ParticleAttributeType_t type);
-    static bool isSimpleType(int type)
+    [[nodiscard]] static bool isSimpleType(int type)
     {
         return type >= ATTRIBUTE_ELEMENT && type <= ATTRIBUTE_MATRIX;
     }
-    static bool isArrayType(int type)
+    [[nodiscard]] static bool isArrayType(int type)
     {
         return type >= ATTRIBUTE_ELEMENT_ARRAY && type <= ATTRIBUTE_MATRIX_ARRAY;
     }
@@ -143,7 +143,7 @@ private:
     void destroyInside();
     CDmxAttribute *cloneWithin(DmxWalk &walk) const;
     void *cloneSimpleWithin(DmxWalk &walk, void *source, ParticleAttributeType_t itemType) const;
-    bool copySimpleInto(CDmxAttribute &target, DmxWalk &walk) const;
+    [[nodiscard]] bool copySimpleInto(CDmxAttribute &target, DmxWalk &walk) const;
 
     // Room for a value of up to three pointers, so that most attributes need no value of
     // their own on the heap; attributes are never copied or moved, so `value` stays valid.

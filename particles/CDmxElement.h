@@ -41,7 +41,7 @@ public:
     static void deleteTree(CDmxElement *top);
     void scrambleGUIDHierarchy(bool includeSelf);
     // True only along the first-child chain: the first child of each system is followed.
-    bool isElementInChildHierarchy(const CDmxElement *other) const;
+    [[nodiscard]] bool isElementInChildHierarchy(const CDmxElement *other) const;
     void removeElementFromHierarchy(const CDmxElement *element);
     // Callers own the pairs and the lists.
     QList<Pair_t *> listSubElements(unsigned maxDepth, unsigned depth) const;

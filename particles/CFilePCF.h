@@ -33,7 +33,7 @@ public:
     // The menu text of a version: "Binary 2 / PCF 1 (Orange Box)" and so on; empty for
     // versions that are not written.
     static QString formatVersionToDisplayString(ParticleFormatVersion_t version);
-    static bool isWritableVersion(int version)
+    [[nodiscard]] static bool isWritableVersion(int version)
     {
         return version >= PCF_ORANGEBOX && version <= PCF_L4D2;
     }

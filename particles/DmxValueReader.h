@@ -52,7 +52,7 @@ public:
     qsizetype remaining() const { return size - pos; }
     qsizetype position() const { return pos; }
 
-    bool raw(void *out, qsizetype length)
+    [[nodiscard]] bool raw(void *out, qsizetype length)
     {
         if (length > remaining())
             return false;
@@ -60,7 +60,7 @@ public:
         pos += length;
         return true;
     }
-    template<typename T> bool number(T &out)
+    template<typename T> [[nodiscard]] bool number(T &out)
     {
         if (qsizetype(sizeof(T)) > remaining())
             return false;
@@ -69,7 +69,7 @@ public:
         return true;
     }
     // A NUL-terminated string, trimmed; false when no NUL is left.
-    bool cString(QString &out)
+    [[nodiscard]] bool cString(QString &out)
     {
         const void *hit = std::memchr(data + pos, 0, size_t(remaining()));
         if (!hit)
@@ -79,7 +79,7 @@ public:
         pos += length + 1;
         return true;
     }
-    bool bytes(QByteArray &out, qsizetype length)
+    [[nodiscard]] bool bytes(QByteArray &out, qsizetype length)
     {
         if (length > remaining())
             return false;
@@ -107,13 +107,13 @@ public:
         QIODevice *device = stream.device();
         return device ? qsizetype(device->bytesAvailable()) : 0;
     }
-    bool raw(void *out, qsizetype length)
+    [[nodiscard]] bool raw(void *out, qsizetype length)
     {
         if (length > remaining())
             return false;
         return stream.readRawData(static_cast<char *>(out), int(length)) == length;
     }
-    template<typename T> bool number(T &out)
+    template<typename T> [[nodiscard]] bool number(T &out)
     {
         char buffer[sizeof(T)];
         if (!raw(buffer, qsizetype(sizeof(T))))
@@ -121,7 +121,7 @@ public:
         out = qFromLittleEndian<T>(buffer);
         return true;
     }
-    bool cString(QString &out)
+    [[nodiscard]] bool cString(QString &out)
     {
         QByteArray text;
         char c = 0;
@@ -135,7 +135,7 @@ public:
         out = trimmedLatin1(text.constData(), text.size());
         return true;
     }
-    bool bytes(QByteArray &out, qsizetype length)
+    [[nodiscard]] bool bytes(QByteArray &out, qsizetype length)
     {
         if (length > remaining())
             return false;

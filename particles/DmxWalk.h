@@ -14,7 +14,7 @@ struct DmxWalk
     qsizetype budget = 0;
     bool failed = false;
 
-    bool onPath(const CDmxElement *element) const
+    [[nodiscard]] bool onPath(const CDmxElement *element) const
     {
         for (const CDmxElement *step : path) {
             if (step == element)

@@ -18,4 +18,7 @@ list(APPEND ZIRK_CORE_SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/PCFDelegateRead.cpp
     ${CMAKE_CURRENT_LIST_DIR}/PCFDelegateWrite.cpp
     ${CMAKE_CURRENT_LIST_DIR}/PCFDelegateFormat.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/PCFBatch.h
+    ${CMAKE_CURRENT_LIST_DIR}/PCFBatch.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/PCFBatchManifest.cpp
 )

@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -31,6 +32,8 @@ private slots:
     void templatesRoundTrip_data();
     void templatesRoundTrip();
     void samples();
+    void mutatedFilesNeverCrash();
+    void valuesFromAStream();
 };
 
 namespace {
@@ -488,6 +491,104 @@ void TestParticlesPcf::samples()
         ++read;
     }
     QVERIFY(read >= 9);
+}
+
+void TestParticlesPcf::mutatedFilesNeverCrash()
+{
+    // Bytes of real files changed at random: every outcome is a clean refusal or a file
+    // that the rest of the code can work with.
+    QList<QByteArray> seeds;
+    for (const char *path : { ":/resources/data/particle_defaults_orangebox.pcf",
+                              ":/resources/data/particle_defaults_l4d2.pcf" }) {
+        QFile resource(QString::fromLatin1(path));
+        QVERIFY(resource.open(QIODevice::ReadOnly));
+        seeds << resource.readAll();
+    }
+    std::unique_ptr<CFilePCF> pattern(new CFilePCF);
+    {
+        QFile resource(QStringLiteral(":/resources/data/particle_defaults_l4d.pcf"));
+        QVERIFY(resource.open(QIODevice::ReadOnly));
+        PCFDelegate delegate;
+        QVERIFY(delegate.readData(resource.readAll(), pattern.get()));
+    }
+    QRandomGenerator random(20261121);
+    int readable = 0;
+    for (int round = 0; round < 600; ++round) {
+        QByteArray bytes = seeds.at(round % seeds.size());
+        const int changes = 1 + int(random.bounded(8));
+        for (int c = 0; c < changes; ++c) {
+            const qsizetype at = qsizetype(random.bounded(quint32(bytes.size())));
+            switch (random.bounded(3)) {
+            case 0:
+                bytes[at] = char(random.bounded(256));
+                break;
+            case 1:
+                bytes.truncate(at);
+                break;
+            default:
+                bytes[at] = char(0xff);
+                break;
+            }
+            if (bytes.isEmpty())
+                break;
+        }
+        QString error;
+        bool ok = false;
+        std::unique_ptr<CFilePCF> file = readBytes(bytes, error, ok);
+        if (!ok) {
+            QVERIFY(!error.isEmpty());
+            continue;
+        }
+        ++readable;
+        PCFDelegate delegate;
+        QByteArray again;
+        (void)delegate.writeData(again, file.get(), file->version);
+        if (const DmxElementArray *systems = file->systemDefinitions()) {
+            QList<CDmxElement *> all;
+            for (CDmxElement *system : *systems) {
+                if (system->type == DmxNames::systemType())
+                    all << system;
+            }
+            if (QList<CDmxElement *> *copies = file->exportSystems(&all)) {
+                CFilePCF::deleteCopies(*copies);
+                delete copies;
+            }
+        }
+        (void)delegate.formatAsVersion(file.get(), CFilePCF::PCF_L4D,
+                                       pattern->findSystemByName(QStringLiteral("default")));
+        (void)delegate.writeData(again, file.get(), file->version);
+    }
+    QVERIFY(readable > 0);
+}
+
+void TestParticlesPcf::valuesFromAStream()
+{
+    std::unique_ptr<CFilePCF> file(CFilePCF::newPCF(CFilePCF::PCF_L4D2));
+    file->stringDictionary << new QString(QStringLiteral("zero"))
+                           << new QString(QStringLiteral("one"));
+    PcfBytes bytes(1);
+    bytes.data.clear();
+    bytes.i32(0).i32(3).u16(1).u16(9).i32(30000).i32(2).f32(1).f32(2).i32(-1).u8(4);
+    QDataStream stream(bytes.data);
+    stream.setByteOrder(QDataStream::LittleEndian);
+    DMXDelegate delegate;
+    using A = CDmxAttribute;
+    auto take = [&](A::ParticleAttributeType_t type) {
+        auto attribute = std::make_unique<A>();
+        attribute->ownsValue = type != A::ATTRIBUTE_ELEMENT;
+        void *value = delegate.dataForAttributeType(type, stream, file.get());
+        if (!value || !attribute->setValue(type, value))
+            return QStringLiteral("(none)");
+        return attribute->getValueAsString();
+    };
+    QCOMPARE(take(A::ATTRIBUTE_ELEMENT), QStringLiteral("untitled"));
+    QCOMPARE(take(A::ATTRIBUTE_ELEMENT), QStringLiteral("(none)")); // index 3: no such element
+    QCOMPARE(take(A::ATTRIBUTE_STRING), QStringLiteral("one"));
+    QCOMPARE(take(A::ATTRIBUTE_STRING), QStringLiteral("(none)")); // index 9: no such string
+    QCOMPARE(take(A::ATTRIBUTE_TIME), QStringLiteral("3"));
+    QCOMPARE(take(A::ATTRIBUTE_VECTOR2_ARRAY), QStringLiteral("(none)")); // one item short
+    QCOMPARE(take(A::ATTRIBUTE_NULL), QStringLiteral("(none)"));
+    QCOMPARE(take(A::ParticleAttributeType_t(40)), QStringLiteral("(none)"));
 }
 
 QTEST_GUILESS_MAIN(TestParticlesPcf)
