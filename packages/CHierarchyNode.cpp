@@ -33,16 +33,6 @@ void CHierarchyNode::deleteChildren()
     subLeafCount = 0;
 }
 
-CHierarchyNode *CHierarchyNode::getParent()
-{
-    return parent;
-}
-
-const CHierarchyNode *CHierarchyNode::getParent() const
-{
-    return parent;
-}
-
 const CHierarchyNode *CHierarchyNode::getRoot() const
 {
     const CHierarchyNode *node = this;

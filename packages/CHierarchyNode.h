@@ -3,6 +3,8 @@
 #include <utility>
 #include <vector>
 
+class CPackageHierarchyNode;
+
 // A generic tree in which every node knows how many branches and leaves lie
 // anywhere below it, so that browsing can show counts without walking.
 //
@@ -17,8 +19,9 @@ public:
     CHierarchyNode(const CHierarchyNode &) = delete;
     CHierarchyNode &operator=(const CHierarchyNode &) = delete;
 
-    virtual CHierarchyNode *getParent();
-    virtual const CHierarchyNode *getParent() const;
+    // Inline, so that a qualified call from a walk up the tree costs nothing.
+    virtual CHierarchyNode *getParent() { return parent; }
+    virtual const CHierarchyNode *getParent() const { return parent; }
     virtual const CHierarchyNode *getRoot() const;
     virtual bool inHierarchyWith(CHierarchyNode *other) const;
     virtual bool addNode(CHierarchyNode *node, unsigned int index = ~0u);
@@ -34,6 +37,10 @@ public:
     virtual const CHierarchyNode *back() const;
     virtual void makeLeaf();
     virtual void makeNode();
+    // The node as a package node, or null: a walk over a package tree asks
+    // this at every step, where a dynamic_cast would cost far more.
+    virtual CPackageHierarchyNode *asPackageNode() { return nullptr; }
+    virtual const CPackageHierarchyNode *asPackageNode() const { return nullptr; }
 
     // Branches plus leaves anywhere below this node.
     int getSubCount() const { return subNodeCount + subLeafCount; }
