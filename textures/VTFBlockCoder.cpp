@@ -20,40 +20,9 @@ bool isBlockFormat(Format_t format)
     return format == DXT1 || format == DXT3 || format == DXT5 || format == DXT1_ONEBITALPHA;
 }
 
-// Below this, decoding stays on the calling thread.
-constexpr size_t SmallImagePixels = 128 * 128;
-
 static int blockBytes(Format_t format)
 {
     return (format == DXT1 || format == DXT1_ONEBITALPHA) ? 8 : 16;
-}
-
-void decode(const unsigned char *blocks, unsigned int width, unsigned int height, Format_t format,
-            unsigned char *rgba)
-{
-    // The one-bit-alpha variant goes through the DXT5 decoder, as it always has.
-    int flags = squish::kDxt5;
-    if (format == DXT1)
-        flags = squish::kDxt1;
-    else if (format == DXT3)
-        flags = squish::kDxt3;
-    if (size_t(width) * height > SmallImagePixels) {
-        squish::DecompressImage(rgba, int(width), int(height), blocks, flags);
-        return;
-    }
-    // Small images block by block, as DecompressImage does, but without waking
-    // a thread team for a few microseconds of work.
-    const int bytesPerBlock = (flags & squish::kDxt1) ? 8 : 16;
-    const size_t stride = size_t(width) * 4;
-    for (unsigned int y = 0; y < height; y += 4) {
-        for (unsigned int x = 0; x < width; x += 4, blocks += bytesPerBlock) {
-            unsigned char block[16 * 4];
-            squish::Decompress(block, blocks, flags);
-            const unsigned int rows = std::min(4u, height - y), columns = std::min(4u, width - x);
-            for (unsigned int py = 0; py < rows; ++py)
-                std::memcpy(rgba + (y + py) * stride + size_t(x) * 4, block + py * 16, columns * 4);
-        }
-    }
 }
 
 int encodeFlags(Format_t format)
