@@ -45,8 +45,10 @@ inline void colourPalette(const uchar *block, bool isDxt1, quint32 palette[4])
         palette[2] = pixel((c[0] + d[0]) / 2, (c[1] + d[1]) / 2, (c[2] + d[2]) / 2, 255);
         palette[3] = 0;
     } else {
-        palette[2] = pixel((2 * c[0] + d[0]) / 3, (2 * c[1] + d[1]) / 3, (2 * c[2] + d[2]) / 3, 255);
-        palette[3] = pixel((c[0] + 2 * d[0]) / 3, (c[1] + 2 * d[1]) / 3, (c[2] + 2 * d[2]) / 3, 255);
+        palette[2]
+            = pixel((2 * c[0] + d[0]) / 3, (2 * c[1] + d[1]) / 3, (2 * c[2] + d[2]) / 3, 255);
+        palette[3]
+            = pixel((c[0] + 2 * d[0]) / 3, (c[1] + 2 * d[1]) / 3, (c[2] + 2 * d[2]) / 3, 255);
     }
 }
 
@@ -68,8 +70,7 @@ inline void alphaPalette(const uchar *block, quint32 palette[8])
 }
 
 // Decodes one block into 16 pixels, row by row.
-template <Format_t Kind>
-inline void decodeBlock(const uchar *block, quint32 out[16])
+template<Format_t Kind> inline void decodeBlock(const uchar *block, quint32 out[16])
 {
     const uchar *colour = Kind == DXT1 ? block : block + 8;
     quint32 colours[4];
@@ -92,15 +93,17 @@ inline void decodeBlock(const uchar *block, quint32 out[16])
         quint32 alphas[8];
         alphaPalette(block, alphas);
         // Two groups of eight 3-bit indices, three bytes each.
-        const quint64 low = quint64(block[2]) | (quint64(block[3]) << 8) | (quint64(block[4]) << 16);
-        const quint64 high = quint64(block[5]) | (quint64(block[6]) << 8) | (quint64(block[7]) << 16);
+        const quint64 low
+            = quint64(block[2]) | (quint64(block[3]) << 8) | (quint64(block[4]) << 16);
+        const quint64 high
+            = quint64(block[5]) | (quint64(block[6]) << 8) | (quint64(block[7]) << 16);
         const quint64 alphaIndices = low | (high << 24);
         for (int i = 0; i < 16; ++i)
             out[i] = colours[(indices >> (2 * i)) & 3] | alphas[(alphaIndices >> (3 * i)) & 7];
     }
 }
 
-template <Format_t Kind>
+template<Format_t Kind>
 void decodeImage(const uchar *blocks, size_t available, unsigned int width, unsigned int height,
                  uchar *rgba)
 {
@@ -140,8 +143,8 @@ void decodeImage(const uchar *blocks, size_t available, unsigned int width, unsi
 
 } // namespace
 
-void decode(const unsigned char *blocks, size_t available, unsigned int width,
-            unsigned int height, Format_t format, unsigned char *rgba)
+void decode(const unsigned char *blocks, size_t available, unsigned int width, unsigned int height,
+            Format_t format, unsigned char *rgba)
 {
     // The one-bit-alpha variant goes through the DXT5 decoder, as it always has.
     switch (format) {

@@ -49,7 +49,8 @@ QByteArray ownDecode(const QByteArray &blocks, int width, int height, Format_t f
 {
     QByteArray out(width * height * 4, 0);
     BlockCoder::decode(reinterpret_cast<const uchar *>(blocks.constData()), size_t(blocks.size()),
-                       unsigned(width), unsigned(height), format, reinterpret_cast<uchar *>(out.data()));
+                       unsigned(width), unsigned(height), format,
+                       reinterpret_cast<uchar *>(out.data()));
     return out;
 }
 
@@ -77,6 +78,9 @@ private slots:
     void decoderMatchesSquishOnOddSizes_data();
     void decoderMatchesSquishOnOddSizes();
     void decoderMatchesSquishOnSamples();
+    void encoderMatchesSquishOnRandomImages_data();
+    void encoderMatchesSquishOnRandomImages();
+    void encoderMatchesSquishOnSamples();
     void toneCurveMatchesPow_data();
     void toneCurveMatchesPow();
     void toneMapMatchesReference_data();
@@ -195,6 +199,123 @@ void TestTextureBlockCoding::decoderMatchesSquishOnSamples()
     QVERIFY(images > 100);
 }
 
+namespace {
+
+// What squish's CompressImage makes of an image with the program's flags and
+// metric; DXT1 is fed the opaque copy that the conversion makes of it.
+QByteArray squishEncode(QByteArray rgba, int width, int height, Format_t format)
+{
+    if (format == DXT1)
+        for (qsizetype i = 3; i < rgba.size(); i += 4)
+            rgba[i] = char(255);
+    QByteArray blocks(bytesPerSizeOfFormat(ushort(width), ushort(height), format), 0);
+    squish::CompressImage(reinterpret_cast<const squish::u8 *>(rgba.constData()), width, height,
+                          blocks.data(), BlockCoder::encodeFlags(format),
+                          const_cast<float *>(BlockCoder::perceptualMetric()));
+    return blocks;
+}
+
+// Images that reach every path of the coder: noise (sixteen colours a block),
+// few colours (repeats, one colour, two), gradients, and alpha that is
+// partly transparent, wholly transparent, or graded.
+QByteArray testImage(QRandomGenerator &random, int width, int height, int kind)
+{
+    QByteArray rgba(width * height * 4, Qt::Uninitialized);
+    const quint32 palette[4]
+        = { random.generate(), random.generate(), random.generate(), random.generate() };
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            quint32 pixel = random.generate();
+            switch (kind % 6) {
+            case 1: // a few colours
+                pixel = palette[random.bounded(1 + (x / 4 + y / 4) % 4)];
+                break;
+            case 2: // smooth
+                pixel = quint32(x * 255 / qMax(1, width - 1)) | (quint32(y * 3) << 8)
+                    | (quint32((x + y) & 0xFF) << 16) | (pixel & 0xFF000000u);
+                break;
+            case 3: // noise with a little range
+                pixel = (palette[0] & 0xF0F0F0F0u) | (pixel & 0x0F0F0F0Fu);
+                break;
+            case 4: // transparent holes and solid blocks
+                if ((x / 4 + y / 4) % 3 == 0)
+                    pixel &= 0x00FFFFFFu;
+                else if ((x / 4 + y / 4) % 3 == 1)
+                    pixel = palette[1] | 0xFF000000u;
+                break;
+            default:
+                break;
+            }
+            memcpy(rgba.data() + (y * width + x) * 4, &pixel, 4);
+        }
+    }
+    return rgba;
+}
+
+} // namespace
+
+void TestTextureBlockCoding::encoderMatchesSquishOnRandomImages_data()
+{
+    QTest::addColumn<Format_t>("format");
+    for (Format_t format : { DXT1, DXT3, DXT5, DXT1_ONEBITALPHA })
+        QTest::newRow(getFormatName(format)) << format;
+}
+
+void TestTextureBlockCoding::encoderMatchesSquishOnRandomImages()
+{
+    // Many small images of every kind and odd size, the lanes filled and
+    // refilled in every order, on one thread and on several.
+    QFETCH(Format_t, format);
+    QRandomGenerator random(uint(format) * 31u + 1u);
+    for (int image = 0; image < 60; ++image) {
+        const int width = 1 + int(random.bounded(70)), height = 1 + int(random.bounded(40));
+        const QByteArray rgba = testImage(random, width, height, image);
+        QByteArray converted;
+        QVERIFY(formatFromRGBA8888(rgba, uint(width), uint(height), format, converted));
+        QVERIFY2(converted == squishEncode(rgba, width, height, format),
+                 qPrintable(QStringLiteral("image %1 (%2x%3)").arg(image).arg(width).arg(height)));
+        QByteArray single(converted.size(), 0);
+        if (format != DXT1) {
+            BlockCoder::encode(reinterpret_cast<const uchar *>(rgba.constData()), uint(width),
+                               uint(height), format, reinterpret_cast<uchar *>(single.data()), 1);
+            QCOMPARE(single, converted);
+        }
+    }
+}
+
+void TestTextureBlockCoding::encoderMatchesSquishOnSamples()
+{
+    // The largest image of every sample texture (and of every frame and
+    // face), in each block format.
+    ZIRK_REQUIRE_SAMPLES(samples);
+    int images = 0;
+    QDirIterator it(samples + QStringLiteral("/vtf"), { QStringLiteral("*.vtf") }, QDir::Files);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        QString error;
+        std::unique_ptr<CFileVTF> vtf(CFileVTF::createFromFile(path, error));
+        if (!vtf || vtf->getMipmapCount() == 0)
+            continue;
+        const int top = vtf->getMipmapCount() - 1;
+        const int width = vtf->getMipmapWidth(top), height = vtf->getMipmapHeight(top);
+        if (width * height > 256 * 256)
+            continue; // the large ones add time, not cases
+        for (int face = 0; face < vtf->getFaceCount(); ++face) {
+            QByteArray rgba;
+            if (!vtf->getImage(uchar(top), 0, uchar(face), 0, rgba))
+                continue;
+            for (Format_t format : { DXT1, DXT5, DXT1_ONEBITALPHA, DXT3 }) {
+                QByteArray converted;
+                QVERIFY(formatFromRGBA8888(rgba, uint(width), uint(height), format, converted));
+                QVERIFY2(converted == squishEncode(rgba, width, height, format),
+                         qPrintable(path + QLatin1Char(' ') + getFormatName(format)));
+            }
+            ++images;
+        }
+    }
+    QVERIFY(images > 40);
+}
+
 void TestTextureBlockCoding::toneCurveMatchesPow_data()
 {
     QTest::addColumn<float>("gamma");
@@ -219,10 +340,10 @@ void TestTextureBlockCoding::toneCurveMatchesPow()
     QRandomGenerator random(quint32(gamma * 1000.0f) + 5u);
     for (int i = 0; i < 300000; ++i)
         check(std::bit_cast<float>(random.generate()));
-    for (float value : { 0.0f, -0.0f, -1.0f, -2.5f, std::numeric_limits<float>::infinity(),
-                         -std::numeric_limits<float>::infinity(),
-                         std::numeric_limits<float>::quiet_NaN(),
-                         std::numeric_limits<float>::denorm_min(), FLT_MAX, -FLT_MAX })
+    for (float value :
+         { 0.0f, -0.0f, -1.0f, -2.5f, std::numeric_limits<float>::infinity(),
+           -std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN(),
+           std::numeric_limits<float>::denorm_min(), FLT_MAX, -FLT_MAX })
         check(value);
 }
 
@@ -233,8 +354,8 @@ void TestTextureBlockCoding::toneMapMatchesReference_data()
     QTest::addColumn<float>("gamma");
     QTest::addColumn<float>("luminance");
     QTest::newRow("defaults") << DefaultHdrKey << DefaultHdrShift << DefaultHdrGamma << 0.0f;
-    QTest::newRow("given luminance") << DefaultHdrKey << DefaultHdrShift << DefaultHdrGamma
-                                     << 5000.0f;
+    QTest::newRow("given luminance")
+        << DefaultHdrKey << DefaultHdrShift << DefaultHdrGamma << 5000.0f;
     QTest::newRow("no shift") << 2.0f << 0.0f << 2.2f << 0.0f;
     QTest::newRow("negative shift, odd gamma") << 0.5f << -0.2f << 3.0f << 0.0f;
     QTest::newRow("negative shift, even gamma") << 0.5f << -0.3f << 2.0f << 0.0f;
