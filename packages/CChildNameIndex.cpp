@@ -141,8 +141,8 @@ void CChildNameIndex::remove(CPackageHierarchyNode *node)
     for (qsizetype next = (hole + 1) & mask; table[next].node; next = (next + 1) & mask) {
         const qsizetype home = table[next].hash & mask;
         // The entry may move into the hole if its home is not in (hole, next].
-        const bool between = hole <= next ? (home > hole && home <= next)
-                                          : (home > hole || home <= next);
+        const bool between
+            = hole <= next ? (home > hole && home <= next) : (home > hole || home <= next);
         if (!between) {
             table[hole] = table[next];
             hole = next;

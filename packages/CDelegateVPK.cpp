@@ -216,9 +216,9 @@ bool CDelegateVPK::generateInternalDirectoryStructure()
             build.directories[size_t(slot)]->appendNewLeafUnchecked(leaf);
             ++build.filesPerDirectory[size_t(slot)];
         } else {
-            leaf = root->getNewNodeByPath(
-                splitPackagePath(directory.entryPath(i) + QLatin1Char('/') + directory.entryName(i)),
-                true);
+            leaf = root->getNewNodeByPath(splitPackagePath(directory.entryPath(i) + QLatin1Char('/')
+                                                           + directory.entryName(i)),
+                                          true);
             // A leaf that already has an entry is a second record of the same path.
             if (!leaf || leaf->index != -1)
                 return malformed();

@@ -10,8 +10,7 @@ CPackageHierarchyNode::CPackageHierarchyNode()
     : CPackageHierarchyNode(QString())
 { }
 
-CPackageHierarchyNode::CPackageHierarchyNode(QString name, IPackageDelegate *owner,
-                                             int entryIndex)
+CPackageHierarchyNode::CPackageHierarchyNode(QString name, IPackageDelegate *owner, int entryIndex)
     : QString(std::move(name))
     , data(nullptr)
     , index(entryIndex)

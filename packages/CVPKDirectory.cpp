@@ -239,8 +239,8 @@ bool CVPKDirectory::parse(const uchar *data, qint64 size, QString &error)
             if (path.size == 0)
                 break;
             // Each directory is listed once per extension: keep one copy.
-            const QByteArray key = QByteArray::fromRawData(reinterpret_cast<const char *>(path.data),
-                                                           path.size);
+            const QByteArray key
+                = QByteArray::fromRawData(reinterpret_cast<const char *>(path.data), path.size);
             auto known = pathIds.constFind(key);
             if (known == pathIds.constEnd()) {
                 known = pathIds.insert(QByteArray(key.constData(), key.size()),
@@ -286,4 +286,3 @@ bool CVPKDirectory::parse(const uchar *data, qint64 size, QString &error)
     }
     return true;
 }
-

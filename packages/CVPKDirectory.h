@@ -41,7 +41,10 @@ public:
     [[nodiscard]] bool read(QIODevice &device, QString &error);
 
     // The trimmed directory of an entry.
-    const QString &entryPath(qsizetype index) const { return paths.at(entries.at(index).pathIndex); }
+    const QString &entryPath(qsizetype index) const
+    {
+        return paths.at(entries.at(index).pathIndex);
+    }
     // The base name, ".", and the extension. The text is shared with the
     // directory's buffer, not copied.
     QString entryName(qsizetype index) const;

@@ -420,16 +420,19 @@ void TestHierarchy::nameLookupsFollowLowerCase_data()
     QTest::addColumn<QString>("stored");
     QTest::addColumn<QString>("asked");
     QTest::addColumn<bool>("found");
-    QTest::newRow("ascii") << "Wall.VTF" << "wall.vtf" << true;
-    QTest::newRow("latin-1 letters") << QStringLiteral("\u00C9T\u00C9.txt")
-                                     << QStringLiteral("\u00E9t\u00E9.TXT") << true;
+    QTest::newRow("ascii") << "Wall.VTF"
+                           << "wall.vtf" << true;
+    QTest::newRow("latin-1 letters")
+        << QStringLiteral("\u00C9T\u00C9.txt") << QStringLiteral("\u00E9t\u00E9.TXT") << true;
     QTest::newRow("sharp s stays") << QStringLiteral("stra\u00DFe") << "STRASSE" << false;
-    QTest::newRow("micro sign is lower already") << QStringLiteral("\u00B5") << QStringLiteral("\u039C")
-                                                 << false;
+    QTest::newRow("micro sign is lower already")
+        << QStringLiteral("\u00B5") << QStringLiteral("\u039C") << false;
     // Outside Latin-1 the whole string is lowered: the Kelvin sign lowers to "k".
     QTest::newRow("kelvin sign") << QStringLiteral("\u212A.txt") << "k.txt" << true;
-    QTest::newRow("greek") << QStringLiteral("\u03A3\u03A3") << QStringLiteral("\u03C3\u03C3") << true;
-    QTest::newRow("other length") << "ab" << "abc" << false;
+    QTest::newRow("greek") << QStringLiteral("\u03A3\u03A3") << QStringLiteral("\u03C3\u03C3")
+                           << true;
+    QTest::newRow("other length") << "ab"
+                                  << "abc" << false;
 }
 
 void TestHierarchy::nameLookupsFollowLowerCase()
@@ -455,8 +458,10 @@ void TestHierarchy::indexSurvivesRandomChanges()
     std::unique_ptr<CPackageHierarchyNode> root(branch("root"));
     QHash<QString, CPackageHierarchyNode *> expected;
     std::vector<std::unique_ptr<CPackageHierarchyNode>> detached;
-    const QStringList alphabet { "a", "B", "c", QStringLiteral("\u00E9"), QStringLiteral("\u00C9"),
-                                 QStringLiteral("\u212A"), "k" };
+    const QStringList alphabet {
+        "a", "B", "c", QStringLiteral("\u00E9"), QStringLiteral("\u00C9"), QStringLiteral("\u212A"),
+        "k"
+    };
     auto randomName = [&]() {
         QString name;
         const int length = 1 + int(random.bounded(3));

@@ -7,8 +7,8 @@
 #include "packages/FlushSyncronizer.h"
 
 #include <QBuffer>
-#include <QRandomGenerator>
 #include <QDir>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 
 using fixtures::VpkBuilder;
