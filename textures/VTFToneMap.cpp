@@ -1,9 +1,11 @@
 #include "textures/VTFToneMap.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 namespace VTF {
 namespace ToneMap {
@@ -37,9 +39,11 @@ float floatOf(quint32 bits)
 // channel() for one gamma without a pow per value. For a positive finite
 // gamma the channel grows with its (positive) value, so the byte of a value
 // is the number of thresholds at or below it, a threshold being the least
-// positive float that reaches its byte. A table by the top bits of the float
-// gives the byte at the start of each range, and a step or two over the
-// thresholds finishes; every answer is the one channel() gives.
+// positive float that reaches its byte. Between the first and the last
+// threshold, a table by the top bits of the float splits the values into
+// ranges narrow enough to hold one threshold at most: each range keeps the
+// byte at its start and the threshold within it, so that a value needs one
+// look and one comparison. Every answer is the one channel() gives.
 class ToneCurve
 {
 public:
@@ -49,13 +53,39 @@ public:
 
     uchar byteOf(float value) const
     {
+        // One unsigned comparison keeps out values below and above the
+        // window, negative ones (their sign bit) and NaN alike.
+        const quint32 offset = bitsOf(value) - windowStart;
+        if (offset < windowSize && !crowded) {
+            const Range_t &range = ranges[offset >> rangeShift];
+            return uchar(range.byte + (value >= range.threshold ? 1 : 0));
+        }
+        return slowByteOf(value);
+    }
+
+private:
+    static const quint32 maxRanges = 1u << 16;
+
+    struct Range_t
+    {
+        float threshold; // the one within the range, or infinity
+        quint32 byte; // at the range's start
+    };
+
+    uchar slowByteOf(float value) const
+    {
         if (!tabulated)
             return channel(value, curveGamma);
         if (value > 0.0f && value <= FLT_MAX) {
-            // A range holds about one step: take it without a branch, and
-            // walk on (rarely) when there are more.
-            unsigned int byte = rangeStart[bitsOf(value) >> rangeShift];
-            byte += value >= thresholds[byte + 1] ? 1 : 0;
+            const quint32 bits = bitsOf(value);
+            if (bits >= windowEnd)
+                return topByte;
+            if (bits < windowStart)
+                return value < thresholds[1] ? 0 : search(value);
+            // Thresholds closer than the narrowest range (a very steep curve)
+            // can share a range: walk over the rest.
+            const Range_t &range = ranges[(bits - windowStart) >> rangeShift];
+            unsigned int byte = range.byte + (value >= range.threshold ? 1 : 0);
             while (value >= thresholds[byte + 1])
                 ++byte;
             return uchar(byte);
@@ -66,16 +96,24 @@ public:
         return channel(value, curveGamma);
     }
 
-private:
-    static const int rangeShift = 13;
+    uchar search(float value) const
+    {
+        return uchar(std::upper_bound(thresholds + 1, thresholds + 256, value) - (thresholds + 1));
+    }
 
     float curveGamma;
     bool tabulated = false;
     bool integralGamma = false;
-    // thresholds[k] for the bytes 1 to 255; [0] is 0 and [256] infinite, so
-    // that the walk above needs no bounds.
+    bool crowded = false;
+    // thresholds[k] for the bytes 1 to 255 (infinite for a byte never
+    // reached); [0] is 0 and [256] infinite, so that a walk needs no bounds.
     float thresholds[257];
-    uchar rangeStart[1u << (31 - rangeShift)];
+    // The ranges cover the floats with bits in [windowStart, windowEnd);
+    // from windowEnd on, every value has the byte topByte.
+    quint32 windowStart = 0, windowEnd = 0, windowSize = 0;
+    int rangeShift = 0;
+    uchar topByte = 0;
+    std::vector<Range_t> ranges;
 };
 
 ToneCurve::ToneCurve(float gamma)
@@ -105,13 +143,35 @@ ToneCurve::ToneCurve(float gamma)
                 low = middle + 1;
         }
         thresholds[byte] = floatOf(low);
+        topByte = uchar(byte);
     }
+    if (topByte == 0)
+        return; // every positive value gives 0: the window stays empty
+
+    // The narrowest gap between thresholds, in floats, sets the range width.
+    quint32 gap = largest;
+    for (unsigned int byte = 1; byte < topByte; ++byte)
+        gap = std::min(gap, bitsOf(thresholds[byte + 1]) - bitsOf(thresholds[byte]));
+    while (rangeShift < 23 && (2u << rangeShift) <= gap)
+        ++rangeShift;
+    crowded = (1u << rangeShift) > gap;
+
+    // From the last threshold on, the byte no longer changes.
+    windowEnd = bitsOf(thresholds[topByte]);
+    windowStart = bitsOf(thresholds[1]);
+    if (((windowEnd - windowStart) >> rangeShift) >= maxRanges) // a very flat curve:
+        windowStart = windowEnd - (maxRanges << rangeShift) + 1; // the lowest values are searched
+    windowSize = windowEnd - windowStart;
+    ranges.resize(((windowEnd - 1 - windowStart) >> rangeShift) + 1);
     unsigned int byte = 0;
-    for (quint32 range = 0; range < (1u << (31 - rangeShift)); ++range) {
-        const float start = floatOf(qMax<quint32>(1, range << rangeShift));
-        while (start >= thresholds[byte + 1])
+    for (size_t r = 0; r < ranges.size(); ++r) {
+        const quint32 start = windowStart + (quint32(r) << rangeShift);
+        while (floatOf(start) >= thresholds[byte + 1])
             ++byte;
-        rangeStart[range] = uchar(byte);
+        ranges[r].byte = byte;
+        const quint32 next = bitsOf(thresholds[byte + 1]);
+        ranges[r].threshold
+            = next - start < (1u << rangeShift) ? thresholds[byte + 1] : float(INFINITY);
     }
 }
 
@@ -130,7 +190,64 @@ inline unsigned int word(const uchar *p)
     return unsigned(p[0]) | (unsigned(p[1]) << 8);
 }
 
+// The batches below are plain loops that the compiler turns into vector
+// code, for the widest vectors the processor has: each lane does exactly the
+// scalar operations (no fused multiply-adds: this file is built with
+// -ffp-contract=off).
+__attribute__((target_clones("avx2", "default"))) void lumaBatch(const uchar *in, size_t count,
+                                                                 float *y)
+{
+    for (size_t i = 0; i < count; ++i) {
+        const uchar *p = in + i * 8;
+        y[i] = 0.299f * float(word(p)) + 0.587f * float(word(p + 2)) + 0.114f * float(word(p + 4));
+    }
+}
+
+__attribute__((target_clones("avx2", "default"))) void mappedBatch(const uchar *in, size_t count,
+                                                                   float key, float shift,
+                                                                   float luminance, float *red,
+                                                                   float *green, float *blue)
+{
+    for (size_t i = 0; i < count; ++i) {
+        const uchar *p = in + i * 8;
+        const float r = float(word(p));
+        const float g = float(unsigned(p[3]) * 257u); // the high byte alone, by design
+        const float b = float(word(p + 4));
+        const float y = 0.299f * r + 0.587f * g + 0.114f * b;
+        const float l = key * y / luminance;
+        const float cr = (r - y) * 0.713f;
+        const float cb = (b - y) * 0.565f;
+        const float scale = l / (1.0f + l) / y;
+        red[i] = (1.403f * cr + y) * scale + shift;
+        green[i] = (y - 0.344f * cb - 0.714f * cr) * scale + shift;
+        blue[i] = (1.77f * cb + y) * scale + shift;
+    }
+}
+
+// luminance += log(Y + 1e-10) per pixel, the sum rounded to single
+// precision after each addition, as the plain loop of the rules adds. The
+// values of Y come first, a batch at a time, in vector code; then the logs
+// and the additions, whose order is kept.
+float sumOfLogs(const uchar *s, size_t pixels)
+{
+    const size_t batch = 256;
+    float y[batch];
+    float sum = 0.0f;
+    for (size_t first = 0; first < pixels; first += batch) {
+        const size_t count = pixels - first < batch ? pixels - first : batch;
+        lumaBatch(s + first * 8, count, y);
+        for (size_t i = 0; i < count; ++i)
+            sum += std::log(y[i] + 1e-10);
+    }
+    return sum;
+}
+
 } // namespace
+
+float logAverageLuminance(const uchar *source, size_t pixels)
+{
+    return std::exp(sumOfLogs(source, pixels) / float(pixels));
+}
 
 uchar tabulatedChannel(float value, float gamma)
 {
@@ -140,39 +257,18 @@ uchar tabulatedChannel(float value, float gamma)
 void map(const uchar *s, size_t pixels, uchar *d, float key, float shift, float gamma,
          float luminance)
 {
-    if (luminance == 0.0f) {
-        for (size_t i = 0; i < pixels; ++i) {
-            const uchar *p = s + i * 8;
-            const float y = 0.299f * float(word(p)) + 0.587f * float(word(p + 2))
-                + 0.114f * float(word(p + 4));
-            luminance += std::log(y + 1e-10);
-        }
-        luminance = std::exp(luminance / float(pixels));
-    }
+    if (luminance == 0.0f)
+        luminance = logAverageLuminance(s, pixels);
     const ToneCurve &curve = curveFor(gamma);
 
-    // The arithmetic runs over a batch of pixels in plain loops that the
-    // compiler turns into vector code (each lane does exactly the scalar
-    // operations), then the bytes come from the curve.
-    const size_t batch = 64;
+    // The arithmetic runs over a batch of pixels, then the bytes come from
+    // the curve.
+    const size_t batch = 256;
     float red[batch], green[batch], blue[batch];
     for (size_t first = 0; first < pixels; first += batch) {
         const size_t count = pixels - first < batch ? pixels - first : batch;
         const uchar *in = s + first * 8;
-        for (size_t i = 0; i < count; ++i) {
-            const uchar *p = in + i * 8;
-            const float r = float(word(p));
-            const float g = float(unsigned(p[3]) * 257u); // the high byte alone, by design
-            const float b = float(word(p + 4));
-            const float y = 0.299f * r + 0.587f * g + 0.114f * b;
-            const float l = key * y / luminance;
-            const float cr = (r - y) * 0.713f;
-            const float cb = (b - y) * 0.565f;
-            const float scale = l / (1.0f + l) / y;
-            red[i] = (1.403f * cr + y) * scale + shift;
-            green[i] = (y - 0.344f * cb - 0.714f * cr) * scale + shift;
-            blue[i] = (1.77f * cb + y) * scale + shift;
-        }
+        mappedBatch(in, count, key, shift, luminance, red, green, blue);
         uchar *out = d + first * 4;
         for (size_t i = 0; i < count; ++i) {
             out[i * 4] = curve.byteOf(red[i]);

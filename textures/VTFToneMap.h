@@ -14,6 +14,10 @@ namespace ToneMap {
 void map(const uchar *source, size_t pixels, uchar *destination, float key, float shift,
          float gamma, float luminance);
 
+// The luminance that map() computes when given 0: exp of the mean of
+// log(Y + 1e-10), the sum taken in single precision in pixel order.
+float logAverageLuminance(const uchar *source, size_t pixels);
+
 // One output channel from its mapped value: pow(value, gamma) x 65535 in
 // double precision, rounded to single, clamped, and its high byte. The
 // reference for the tables that map() uses instead.

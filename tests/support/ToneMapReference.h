@@ -21,19 +21,25 @@ inline uchar channel(float value, float gamma)
     return uchar(int(v) >> 8);
 }
 
+inline float luminance(const uchar *s, size_t pixels)
+{
+    auto word = [](const uchar *p) { return unsigned(p[0]) | (unsigned(p[1]) << 8); };
+    float luminance = 0.0f;
+    for (size_t i = 0; i < pixels; ++i) {
+        const uchar *p = s + i * 8;
+        const float y
+            = 0.299f * float(word(p)) + 0.587f * float(word(p + 2)) + 0.114f * float(word(p + 4));
+        luminance += std::log(y + 1e-10);
+    }
+    return std::exp(luminance / float(pixels));
+}
+
 inline void map(const uchar *s, size_t pixels, uchar *d, float key, float shift, float gamma,
                 float luminance)
 {
     auto word = [](const uchar *p) { return unsigned(p[0]) | (unsigned(p[1]) << 8); };
-    if (luminance == 0.0f) {
-        for (size_t i = 0; i < pixels; ++i) {
-            const uchar *p = s + i * 8;
-            const float y = 0.299f * float(word(p)) + 0.587f * float(word(p + 2))
-                + 0.114f * float(word(p + 4));
-            luminance += std::log(y + 1e-10);
-        }
-        luminance = std::exp(luminance / float(pixels));
-    }
+    if (luminance == 0.0f)
+        luminance = tonemapreference::luminance(s, pixels);
     for (size_t i = 0; i < pixels; ++i, s += 8, d += 4) {
         const float r = float(word(s));
         const float g = float(unsigned(s[3]) * 257u);

@@ -83,6 +83,7 @@ private slots:
     void encoderMatchesSquishOnSamples();
     void toneCurveMatchesPow_data();
     void toneCurveMatchesPow();
+    void luminanceMatchesReference();
     void toneMapMatchesReference_data();
     void toneMapMatchesReference();
 };
@@ -319,7 +320,7 @@ void TestTextureBlockCoding::encoderMatchesSquishOnSamples()
 void TestTextureBlockCoding::toneCurveMatchesPow_data()
 {
     QTest::addColumn<float>("gamma");
-    for (float gamma : { 4.0f, 1.0f, 2.2f, 0.5f, 3.7f, 7.25f, 10.0f, 0.0f, -1.5f })
+    for (float gamma : { 4.0f, 1.0f, 2.2f, 0.5f, 3.7f, 7.25f, 10.0f, 0.0f, -1.5f, 0.05f, 300.0f })
         QTest::newRow(qPrintable(QString::number(double(gamma)))) << gamma;
 }
 
@@ -337,6 +338,24 @@ void TestTextureBlockCoding::toneCurveMatchesPow()
     };
     for (float value = 0.0f; value < 1.5f; value = std::nextafter(value + 1e-6f, 2.0f))
         check(value);
+    // Each step of the curve to the last bit: where the byte first reaches k,
+    // found by halving over the positive floats, and its neighbours.
+    if (gamma > 0.0f) {
+        for (uint byte = 1; byte < 256; ++byte) {
+            quint32 low = 1, high = std::bit_cast<quint32>(FLT_MAX);
+            if (tonemapreference::channel(FLT_MAX, gamma) < byte)
+                break;
+            while (low < high) {
+                const quint32 middle = low + (high - low) / 2;
+                if (tonemapreference::channel(std::bit_cast<float>(middle), gamma) >= byte)
+                    high = middle;
+                else
+                    low = middle + 1;
+            }
+            for (quint32 bits = low - 2; bits <= low + 2; ++bits)
+                check(std::bit_cast<float>(bits));
+        }
+    }
     QRandomGenerator random(quint32(gamma * 1000.0f) + 5u);
     for (int i = 0; i < 300000; ++i)
         check(std::bit_cast<float>(random.generate()));
@@ -345,6 +364,31 @@ void TestTextureBlockCoding::toneCurveMatchesPow()
            -std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN(),
            std::numeric_limits<float>::denorm_min(), FLT_MAX, -FLT_MAX })
         check(value);
+}
+
+void TestTextureBlockCoding::luminanceMatchesReference()
+{
+    // The running sum of logs, bit for bit: over bright and dark images, and
+    // over images whose logs swing about 0 so that the sum passes near it
+    // (where its rounding is finest and the checks redo most steps).
+    QRandomGenerator random(404);
+    for (int round = 0; round < 40; ++round) {
+        const int pixels = 1 + int(random.bounded(5000));
+        QByteArray words(pixels * 8, Qt::Uninitialized);
+        uchar *p = reinterpret_cast<uchar *>(words.data());
+        const quint32 range = round % 4 == 0 ? 65536u
+            : round % 4 == 1                 ? 5u
+            : round % 4 == 2                 ? 300u
+                                             : 2u;
+        for (int i = 0; i < pixels * 4; ++i) {
+            const quint32 word = random.bounded(range) + (round % 4 == 2 ? 0x3000u : 0u);
+            p[i * 2] = uchar(word);
+            p[i * 2 + 1] = uchar(word >> 8);
+        }
+        const float expected = tonemapreference::luminance(p, size_t(pixels));
+        const float actual = ToneMap::logAverageLuminance(p, size_t(pixels));
+        QCOMPARE(std::bit_cast<quint32>(actual), std::bit_cast<quint32>(expected));
+    }
 }
 
 void TestTextureBlockCoding::toneMapMatchesReference_data()
