@@ -1,12 +1,10 @@
 #pragma once
 
-#include "textures/VTF.h"
+#include "textures/VTFMagick.h"
 
 #include <QByteArray>
 #include <QMainWindow>
 #include <QTimer>
-
-#include <Magick++.h>
 
 class CFileVTF;
 class QAction;
