@@ -19,31 +19,51 @@ const std::array<char16_t, 256> &latin1Fold()
     return folds;
 }
 
-constexpr quint32 hashSeed = 2166136261u;
-
-inline quint32 hashStep(quint32 hash, char16_t unit)
+// A hash of a sequence of lower-case UTF-16 units, four units to a step.
+class UnitHash
 {
-    return (hash ^ unit) * 16777619u;
-}
+public:
+    void add(char16_t unit)
+    {
+        word |= quint64(unit) << (16 * filled);
+        if (++filled == 4) {
+            hash = (hash ^ word) * 0x9E3779B97F4A7C15ull;
+            word = 0;
+            filled = 0;
+        }
+        ++length;
+    }
+    quint32 result() const
+    {
+        quint64 h = (hash ^ word ^ (quint64(length) << 56)) * 0x9E3779B97F4A7C15ull;
+        return quint32(h >> 32) ^ quint32(h);
+    }
+
+private:
+    quint64 hash = 0x243F6A8885A308D3ull;
+    quint64 word = 0;
+    int filled = 0;
+    quint64 length = 0;
+};
 
 } // namespace
 
 quint32 CChildNameIndex::foldedHash(QStringView name)
 {
     const std::array<char16_t, 256> &fold = latin1Fold();
-    quint32 hash = hashSeed;
+    UnitHash hash;
     for (const QChar c : name) {
         const char16_t unit = c.unicode();
         if (unit > 0xFF) {
             // Rare: the full lower-casing, which may change the length.
-            hash = hashSeed;
+            UnitHash lowered;
             for (const QChar lower : name.toString().toLower())
-                hash = hashStep(hash, lower.unicode());
-            return hash;
+                lowered.add(lower.unicode());
+            return lowered.result();
         }
-        hash = hashStep(hash, fold[unit]);
+        hash.add(fold[unit]);
     }
-    return hash;
+    return hash.result();
 }
 
 bool CChildNameIndex::foldedEquals(QStringView a, QStringView b)

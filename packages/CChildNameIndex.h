@@ -1,5 +1,7 @@
 #pragma once
 
+#include "packages/CHierarchyNode.h"
+
 #include <QString>
 #include <QtGlobal>
 
@@ -12,7 +14,7 @@ class CPackageHierarchyNode;
 // names. Names compare as their lower-case forms do; names of Latin-1
 // characters alone (every name an archive can hold) are folded a character
 // at a time without building the lower-case string.
-class CChildNameIndex
+class CChildNameIndex : public CHierarchyNode::BranchData_t
 {
 public:
     CChildNameIndex() = default;

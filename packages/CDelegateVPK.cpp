@@ -7,8 +7,6 @@
 #include <QFile>
 #include <QHash>
 
-#include <climits>
-
 namespace {
 const qint64 copyChunk = 64 * 1024;
 }
@@ -227,6 +225,8 @@ bool CDelegateVPK::generateInternalDirectoryStructure()
         }
         nodes[i] = leaf;
     }
+    for (size_t slot = 0; slot < build.directories.size(); ++slot)
+        build.directories[slot]->modifyNodeCounts(0, int(build.filesPerDirectory[slot]), true);
     // Two files whose names differ in case alone, or a file named as a
     // directory beside it, cannot both be.
     if (!namesAreUnique(build))
@@ -235,6 +235,7 @@ bool CDelegateVPK::generateInternalDirectoryStructure()
     // widest directories would only hold memory.
     for (CPackageHierarchyNode *node : build.directories)
         node->releaseNameIndex();
+    directory.releaseNameHashes();
     return true;
 }
 
@@ -267,12 +268,14 @@ bool CDelegateVPK::namesAreUnique(const TreeBuild_t &build) const
             files[size_t(fill[size_t(build.slotOfPath[entry.pathIndex])]++)] = i;
     }
 
-    // One small table, reused for every directory, so that it stays in cache.
-    // A name is an entry's name (a value of 0 or more) or another child's
-    // (-1 - its position among the directory's children).
+    // One small table, reused for every directory, so that it stays in cache;
+    // a slot counts as empty unless it carries the directory's stamp. A name
+    // is an entry's name (a value of 0 or more) or another child's (-1 - its
+    // position among the directory's children).
     struct Slot_t
     {
         quint32 hash;
+        quint32 stamp;
         int name;
     };
     std::vector<Slot_t> table;
@@ -282,21 +285,23 @@ bool CDelegateVPK::namesAreUnique(const TreeBuild_t &build) const
         size_t capacity = 16;
         while (capacity < size_t(children) * 2)
             capacity *= 2;
-        table.assign(capacity, Slot_t { 0, INT_MIN });
+        if (table.size() < capacity)
+            table.assign(capacity, Slot_t { 0, 0, 0 });
+        const quint32 stamp = quint32(s) + 1;
         auto nameOf = [&](int name) {
             return name >= 0 ? directory.entryNameView(name)
                              : QStringView(node->getNodeByIndex(unsigned(-1 - name))->getName());
         };
         auto add = [&](int name) {
-            const QStringView text = nameOf(name);
-            const quint32 hash = CChildNameIndex::foldedHash(text);
+            const quint32 hash = name >= 0 ? directory.entryNameHash(name)
+                                           : CChildNameIndex::foldedHash(nameOf(name));
             size_t at = hash & (capacity - 1);
-            for (; table[at].name != INT_MIN; at = (at + 1) & (capacity - 1)) {
+            for (; table[at].stamp == stamp; at = (at + 1) & (capacity - 1)) {
                 if (table[at].hash == hash
-                    && CChildNameIndex::foldedEquals(nameOf(table[at].name), text))
+                    && CChildNameIndex::foldedEquals(nameOf(table[at].name), nameOf(name)))
                     return false;
             }
-            table[at] = { hash, name };
+            table[at] = { hash, stamp, name };
             return true;
         };
         for (int f = first[s]; f < first[s + 1]; ++f) {

@@ -22,7 +22,7 @@ void CHierarchyNode::deleteChildren()
         return;
     // The children are detached by hand: letting each one look itself up in
     // this vector would make the teardown of a wide directory quadratic.
-    std::vector<CHierarchyNode *> *doomed = children;
+    Children_t *doomed = children;
     children = nullptr;
     for (CHierarchyNode *child : *doomed) {
         child->parent = nullptr;
@@ -157,7 +157,7 @@ void CHierarchyNode::makeNode()
     if (children)
         return;
     modifyNodeCounts(1, -1, false);
-    children = new std::vector<CHierarchyNode *>();
+    children = new Children_t();
 }
 
 void CHierarchyNode::makeLeaf()

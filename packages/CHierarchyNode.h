@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -64,14 +65,28 @@ public:
         return children ? static_cast<unsigned int>(children->size()) : 0u;
     }
 
+    // What a subclass keeps for a branch alone (a lookup index, say): held by
+    // the child list, so that leaves carry nothing for it.
+    class BranchData_t
+    {
+    public:
+        virtual ~BranchData_t() = default;
+    };
+
 protected:
+    // The child list of a branch, and the branch data that goes with it.
+    struct Children_t : std::vector<CHierarchyNode *>
+    {
+        std::unique_ptr<BranchData_t> branchData;
+    };
+
     // Called after a child joined this branch, and before a child leaves it
     // (removal or deletion), so that subclasses can keep lookup indexes.
     virtual void childAttached(CHierarchyNode *child);
     virtual void childDetaching(CHierarchyNode *child);
 
     CHierarchyNode *parent;
-    std::vector<CHierarchyNode *> *children;
+    Children_t *children;
     int subNodeCount;
     int subLeafCount;
 

@@ -19,7 +19,6 @@ CPackageHierarchyNode::CPackageHierarchyNode(QString name, IPackageDelegate *own
     , dataLength(0)
     , markedForDeletion(false)
     , delegate(owner)
-    , nameIndex(nullptr)
 { }
 
 CPackageHierarchyNode::~CPackageHierarchyNode()
@@ -30,8 +29,6 @@ CPackageHierarchyNode::~CPackageHierarchyNode()
         parent->removeNode(this);
     delete data;
     data = nullptr;
-    delete nameIndex;
-    nameIndex = nullptr;
 }
 
 CPackageHierarchyNode *CPackageHierarchyNode::getParent()
@@ -109,8 +106,8 @@ void CPackageHierarchyNode::makeLeaf()
 {
     if (isLeaf())
         return;
-    delete nameIndex;
-    nameIndex = nullptr;
+    // The index goes first, so that the children leave without updating it.
+    children->branchData.reset();
     CHierarchyNode::makeLeaf();
 }
 
@@ -124,31 +121,39 @@ bool CPackageHierarchyNode::addNode(CHierarchyNode *node, unsigned int at)
     return CHierarchyNode::addNode(node, at);
 }
 
+CChildNameIndex *CPackageHierarchyNode::nameIndex() const
+{
+    return children ? static_cast<CChildNameIndex *>(children->branchData.get()) : nullptr;
+}
+
 CChildNameIndex &CPackageHierarchyNode::childNames() const
 {
-    if (!nameIndex) {
-        nameIndex = new CChildNameIndex();
-        nameIndex->reserve(qsizetype(children->size()));
+    CChildNameIndex *index = nameIndex();
+    if (!index) {
+        auto made = std::make_unique<CChildNameIndex>();
+        made->reserve(qsizetype(children->size()));
         for (CHierarchyNode *child : *children) {
             if (CPackageHierarchyNode *named = child->asPackageNode())
-                nameIndex->insert(named);
+                made->insert(named);
         }
+        index = made.get();
+        children->branchData = std::move(made);
     }
-    return *nameIndex;
+    return *index;
 }
 
 void CPackageHierarchyNode::childAttached(CHierarchyNode *child)
 {
     CPackageHierarchyNode *named = child->asPackageNode();
-    if (named && nameIndex)
-        nameIndex->insert(named);
+    if (CChildNameIndex *index = nameIndex(); named && index)
+        index->insert(named);
 }
 
 void CPackageHierarchyNode::childDetaching(CHierarchyNode *child)
 {
     CPackageHierarchyNode *named = child->asPackageNode();
-    if (named && nameIndex)
-        nameIndex->remove(named);
+    if (CChildNameIndex *index = nameIndex(); named && index)
+        index->remove(named);
 }
 
 void CPackageHierarchyNode::reserveChildren(qsizetype count)
@@ -156,8 +161,8 @@ void CPackageHierarchyNode::reserveChildren(qsizetype count)
     if (isLeaf() || count <= 0)
         return;
     children->reserve(children->size() + size_t(count));
-    if (nameIndex)
-        nameIndex->reserve(nameIndex->size() + count);
+    if (CChildNameIndex *index = nameIndex())
+        index->reserve(index->size() + count);
 }
 
 void CPackageHierarchyNode::appendNewLeafUnchecked(CPackageHierarchyNode *leaf)
@@ -165,15 +170,14 @@ void CPackageHierarchyNode::appendNewLeafUnchecked(CPackageHierarchyNode *leaf)
     Q_ASSERT(isBranch() && leaf && !leaf->parent && leaf->isLeaf() && !leaf->isEmpty());
     children->push_back(leaf);
     leaf->parent = this;
-    modifyNodeCounts(0, 1, true);
-    if (nameIndex)
-        nameIndex->insert(leaf);
+    if (CChildNameIndex *index = nameIndex())
+        index->insert(leaf);
 }
 
 void CPackageHierarchyNode::releaseNameIndex()
 {
-    delete nameIndex;
-    nameIndex = nullptr;
+    if (children)
+        children->branchData.reset();
 }
 
 bool CPackageHierarchyNode::setName(const QString &name)

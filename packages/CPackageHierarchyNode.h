@@ -58,8 +58,9 @@ public:
 
     // For delegates that build a whole tree at once: room for `count` more
     // children, and the append of a new leaf (no parent, not added anywhere)
-    // at the end WITHOUT the check for a sibling of the same name, which the
-    // caller must make itself before the tree is used.
+    // at the end WITHOUT the check for a sibling of the same name and WITHOUT
+    // the counts: the caller makes the check before the tree is used, and
+    // adds the leaves to the counts (modifyNodeCounts) once per branch.
     void reserveChildren(qsizetype count);
     void appendNewLeafUnchecked(CPackageHierarchyNode *leaf);
     // Frees this branch's name index; it comes back on the next lookup by
@@ -86,9 +87,9 @@ protected:
 
 private:
     CPackageHierarchyNode *walk(const QStringList &parts) const;
+    // The children by name without regard to case, made when first needed
+    // and kept with the child list: it keeps name lookups constant in time
+    // for wide directories. Null for a leaf, or when none is made yet.
+    CChildNameIndex *nameIndex() const;
     CChildNameIndex &childNames() const;
-
-    // The children by name without regard to case, made when first needed.
-    // Keeps name lookups constant in time for wide directories.
-    mutable CChildNameIndex *nameIndex;
 };

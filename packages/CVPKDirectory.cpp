@@ -1,5 +1,7 @@
 #include "packages/CVPKDirectory.h"
 
+#include "packages/CChildNameIndex.h"
+
 #include <QFileDevice>
 #include <QHash>
 #include <QIODevice>
@@ -144,6 +146,7 @@ void CVPKDirectory::clear()
     paths.clear();
     names.clear();
     preloads.clear();
+    nameHashes.clear();
     pathEntryCounts.clear();
 }
 
@@ -217,8 +220,7 @@ bool CVPKDirectory::parse(const uchar *data, qint64 size, QString &error)
         return fail();
     // reserve() allocates exactly; resize() alone would round up for growth.
     entries.reserve(totals.entries);
-    entries.resize(totals.entries);
-    Entry_t *entryOut = entries.data();
+    nameHashes.reserve(totals.entries);
     names.reserve(totals.nameChars);
     names.resize(totals.nameChars);
     preloads.reserve(totals.preloadBytes);
@@ -257,7 +259,7 @@ bool CVPKDirectory::parse(const uchar *data, qint64 size, QString &error)
                 const uchar *fields = cursor.take(18);
                 if (!fields)
                     return fail();
-                Entry_t &entry = *entryOut++;
+                Entry_t entry;
                 entry.crc = qFromLittleEndian<quint32>(fields);
                 entry.preloadBytes = qFromLittleEndian<quint16>(fields + 4);
                 entry.archiveIndex = qFromLittleEndian<quint16>(fields + 6);
@@ -271,9 +273,11 @@ bool CVPKDirectory::parse(const uchar *data, qint64 size, QString &error)
                 entry.pathIndex = pathIndex;
 
                 entry.nameStart = quint32(nameOut - reinterpret_cast<char16_t *>(names.data()));
+                const char16_t *name = nameOut;
                 nameOut = widen(nameOut, baseName);
                 *nameOut++ = u'.';
                 nameOut = widen(nameOut, extension);
+                nameHashes.append(CChildNameIndex::foldedHash(QStringView(name, nameOut - name)));
                 *nameOut++ = u'\0';
 
                 entry.preloadStart = quint32(preloadOut - preloads.data());
@@ -281,6 +285,7 @@ bool CVPKDirectory::parse(const uchar *data, qint64 size, QString &error)
                 preloadOut += entry.preloadBytes;
 
                 ++pathEntryCounts[pathIndex];
+                entries.append(entry);
             }
         }
     }

@@ -53,6 +53,10 @@ public:
     {
         return preloads.constData() + entries.at(index).preloadStart;
     }
+    // The hash of each entry's name for CChildNameIndex, made while reading;
+    // releaseNameHashes() drops them once the tree is built.
+    quint32 entryNameHash(qsizetype index) const { return nameHashes.at(index); }
+    void releaseNameHashes() { nameHashes = QVector<quint32>(); }
     // How many entries lie in each directory of `paths`.
     const QVector<quint32> &entriesPerPath() const { return pathEntryCounts; }
 
@@ -69,5 +73,6 @@ private:
     // Every entry's name, each followed by a NUL, in the order of the entries.
     QString names;
     QByteArray preloads;
+    QVector<quint32> nameHashes;
     QVector<quint32> pathEntryCounts;
 };
