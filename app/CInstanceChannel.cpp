@@ -147,5 +147,10 @@ void CInstanceChannel::readFromConnection(QLocalSocket *socket)
     m_pending.erase(it);
     socket->putChar(Acknowledgement);
     socket->flush();
-    Q_EMIT messageReceived(message);
+    // A receiver may run a nested event loop (a message box), during which the
+    // sender leaves and its socket is deleted. Delivered from here, the socket's
+    // own read handler would then return into freed memory: hand the message
+    // over once this read has returned.
+    QMetaObject::invokeMethod(
+        this, [this, message] { Q_EMIT messageReceived(message); }, Qt::QueuedConnection);
 }

@@ -12,7 +12,8 @@ class QLockFile;
 // of an id to start holds a lock file and listens on a local socket; later
 // ones are clients that deliver messages to it. A message is a length-prefixed
 // UTF-8 string; the receiver acknowledges each one with a single byte, so that
-// sendMessage() is true only once the message has really arrived.
+// sendMessage() is true only once the message has really arrived. Messages
+// are delivered from the event loop, never from inside a socket's handler.
 class CInstanceChannel : public QObject
 {
     Q_OBJECT

@@ -1,14 +1,21 @@
 #include "app/ZIRK.h"
 
 #include "app/ProgramSettings_t.h"
+#include "app/QSubWindowControls.h"
 #include "util/UtilPath.h"
 
+#include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QCompleter>
+#include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFontDatabase>
+#include <QLabel>
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
@@ -19,6 +26,7 @@
 #include <QThread>
 #include <QToolBar>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace {
@@ -98,50 +106,52 @@ QAction *ZIRK::makeAction(const QString &text, const QString &icon)
 
 void ZIRK::createActions()
 {
-    m_exitAction = makeAction(QStringLiteral("Exit"), QStringLiteral("cross"));
+    m_exitAction = makeAction(QStringLiteral("E&xit"), QStringLiteral("cross"));
     connect(m_exitAction, &QAction::triggered, this, &QWidget::close);
 
     m_packageAction
-        = makeAction(QStringLiteral("Package Viewer"), QStringLiteral("package_magnify.png"));
+        = makeAction(QStringLiteral("&Package Viewer"), QStringLiteral("package_magnify.png"));
     connect(m_packageAction, &QAction::triggered, this, qOverload<>(&ZIRK::showVPackage));
     m_particleAction
-        = makeAction(QStringLiteral("Particle Editor"), QStringLiteral("particles.png"));
+        = makeAction(QStringLiteral("P&article Editor"), QStringLiteral("particles.png"));
     connect(m_particleAction, &QAction::triggered, this, qOverload<>(&ZIRK::showVParticle));
-    m_vbspAction = makeAction(QStringLiteral("VBSP Editor"), QStringLiteral("icon_vbsp.png"));
+    m_vbspAction = makeAction(QStringLiteral("V&BSP Editor"), QStringLiteral("icon_vbsp.png"));
     connect(m_vbspAction, &QAction::triggered, this, qOverload<>(&ZIRK::showVVBSP));
-    m_vmtAction = makeAction(QStringLiteral("VMT Editor"), QStringLiteral("vvmt.png"));
+    m_vmtAction = makeAction(QStringLiteral("&VMT Editor"), QStringLiteral("vvmt.png"));
     connect(m_vmtAction, &QAction::triggered, this, qOverload<>(&ZIRK::showVVMT));
-    m_massVmtAction = makeAction(QStringLiteral("Mass VMT Editor"), QStringLiteral("vmass.png"));
+    m_massVmtAction = makeAction(QStringLiteral("&Mass VMT Editor"), QStringLiteral("vmass.png"));
     connect(m_massVmtAction, &QAction::triggered, this, &ZIRK::showVMass);
-    m_vtfAction = makeAction(QStringLiteral("VTF Editor"), QStringLiteral("vvtf.png"));
+    m_vtfAction = makeAction(QStringLiteral("VT&F Editor"), QStringLiteral("vvtf.png"));
     connect(m_vtfAction, &QAction::triggered, this, qOverload<>(&ZIRK::showVVTF));
-    m_massVtfAction = makeAction(QStringLiteral("Mass VTF Editor"), QStringLiteral("vtfmass2.png"));
+    m_massVtfAction
+        = makeAction(QStringLiteral("Mass VTF &Editor"), QStringLiteral("vtfmass2.png"));
     connect(m_massVtfAction, &QAction::triggered, this, &ZIRK::showVTFMass);
-    m_bspInfoAction = makeAction(QStringLiteral("BSP Info"), QStringLiteral("vbspinfo.png"));
+    m_bspInfoAction = makeAction(QStringLiteral("BSP &Info"), QStringLiteral("vbspinfo.png"));
     connect(m_bspInfoAction, &QAction::triggered, this, qOverload<>(&ZIRK::showVBSPInfo));
     m_entityAction
-        = makeAction(QStringLiteral("Entity Lump Editor"), QStringLiteral("ventity.png"));
+        = makeAction(QStringLiteral("E&ntity Lump Editor"), QStringLiteral("ventity.png"));
     connect(m_entityAction, &QAction::triggered, this, qOverload<>(&ZIRK::showVEntity));
     m_pakfileAction
-        = makeAction(QStringLiteral("Pakfile Lump Editor"), QStringLiteral("vpakfile.png"));
+        = makeAction(QStringLiteral("Pa&kfile Lump Editor"), QStringLiteral("vpakfile.png"));
     connect(m_pakfileAction, &QAction::triggered, this, qOverload<>(&ZIRK::showVPakfile));
-    m_outputAction = makeAction(QStringLiteral("Output"), QStringLiteral("application_output.png"));
+    m_outputAction
+        = makeAction(QStringLiteral("&Output"), QStringLiteral("application_output.png"));
     connect(m_outputAction, &QAction::triggered, this, &ZIRK::showOUTPUT);
 
     m_aboutQtAction
-        = makeAction(QStringLiteral("About Qt"), QStringLiteral("qtcreator_logo_16.png"));
+        = makeAction(QStringLiteral("About &Qt"), QStringLiteral("qtcreator_logo_16.png"));
     connect(m_aboutQtAction, &QAction::triggered, this, &ZIRK::aboutQt);
     m_aboutAction
-        = makeAction(QStringLiteral("About ZIRK"), QStringLiteral("multi_manager_icon_16.png"));
+        = makeAction(QStringLiteral("&About ZIRK"), QStringLiteral("multi_manager_icon_16.png"));
     connect(m_aboutAction, &QAction::triggered, this, &ZIRK::aboutZIRK);
 }
 
 void ZIRK::createMenus()
 {
-    m_fileMenu = menuBar()->addMenu(QStringLiteral("File"));
+    m_fileMenu = menuBar()->addMenu(QStringLiteral("&File"));
     m_fileMenu->addAction(m_exitAction);
 
-    m_toolsMenu = menuBar()->addMenu(QStringLiteral("Tools"));
+    m_toolsMenu = menuBar()->addMenu(QStringLiteral("&Tools"));
     m_toolsMenu->addAction(m_packageAction);
     m_toolsMenu->addSeparator();
     m_toolsMenu->addActions({ m_particleAction, m_vbspAction, m_vmtAction, m_massVmtAction,
@@ -151,7 +161,7 @@ void ZIRK::createMenus()
     m_toolsMenu->addSeparator();
     m_toolsMenu->addAction(m_outputAction);
 
-    m_helpMenu = menuBar()->addMenu(QStringLiteral("Help"));
+    m_helpMenu = menuBar()->addMenu(QStringLiteral("&Help"));
     m_helpMenu->addAction(m_aboutQtAction);
     m_helpMenu->addAction(m_aboutAction);
 }
@@ -179,12 +189,19 @@ void ZIRK::createWorkspace()
     m_workspace->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, true);
     m_workspace->setViewMode(QMdiArea::TabbedView);
     m_workspace->setWindowIcon(QIcon());
+    menuBar()->setCornerWidget(new QSubWindowControls(m_workspace, menuBar()), Qt::TopRightCorner);
 }
 
 void ZIRK::createOutput()
 {
     m_outputText = new QTextEdit;
-    m_outputText->setFont(QFont(QStringLiteral("Lucida Console"), 8));
+    // "Lucida Console" is rare on this platform: the desktop's fixed-width font stands in.
+    QFont font(QStringLiteral("Lucida Console"), 8);
+    font.setFamilies({ QStringLiteral("Lucida Console"),
+                       QFontDatabase::systemFont(QFontDatabase::FixedFont).family() });
+    font.setStyleHint(QFont::TypeWriter);
+    font.setFixedPitch(true);
+    m_outputText->setFont(font);
     m_outputText->setMinimumSize(657, 305);
     m_outputText->setReadOnly(true);
     m_outputText->setTextColor(QColor(192, 192, 192, 255));
@@ -217,22 +234,74 @@ QMdiSubWindow *ZIRK::addWidgetToWorkspace(QWidget *widget, Qt::WindowFlags flags
 {
     if (!widget)
         return nullptr;
+    const QSize wish = wishedSize(widget);
     QMdiSubWindow *window = m_workspace->addSubWindow(widget, flags);
     if (!window)
         return nullptr;
     window->setAttribute(Qt::WA_DeleteOnClose);
     window->setVisible(true);
+    fitSubWindow(window, wish);
+    handOverCloseKeys(window);
     return window;
 }
 
 QMdiSubWindow *ZIRK::showSubwindowShared(QWidget *widget)
 {
+    const QSize wish = wishedSize(widget);
     QMdiSubWindow *window = m_workspace->addSubWindow(widget);
     window->setAttribute(Qt::WA_DeleteOnClose);
-    // A tool window that deletes itself takes its frame along.
+    // A tool window that deletes itself takes its frame along; one that closes
+    // itself (its "Exit") goes, rather than leave an empty frame behind.
+    widget->setAttribute(Qt::WA_DeleteOnClose);
     connect(widget, &QObject::destroyed, window, &QWidget::close);
     widget->setVisible(true);
+    fitSubWindow(window, wish);
+    handOverCloseKeys(window);
     return window;
+}
+
+QSize ZIRK::wishedSize(const QWidget *widget)
+{
+    // A size the tool window gave itself; the workspace would replace it.
+    return widget && widget->testAttribute(Qt::WA_Resized) ? widget->size() : QSize();
+}
+
+void ZIRK::handOverCloseKeys(QMdiSubWindow *window)
+{
+    // A tool window whose own menu closes it on the standard keys gets them: the
+    // frame's menu bound to the same keys would make both ambiguous, and neither
+    // would fire.
+    const QList<QKeySequence> keys = QKeySequence::keyBindings(QKeySequence::Close);
+    auto bindsClose = [&keys](const QAction *action) {
+        for (const QKeySequence &key : action->shortcuts()) {
+            if (keys.contains(key))
+                return true;
+        }
+        return false;
+    };
+    const QList<QAction *> own = window->widget()->findChildren<QAction *>();
+    if (!window->systemMenu() || std::none_of(own.begin(), own.end(), bindsClose))
+        return;
+    for (QAction *action : window->systemMenu()->actions()) {
+        if (bindsClose(action))
+            action->setShortcuts({});
+    }
+}
+
+void ZIRK::fitSubWindow(QMdiSubWindow *window, const QSize &wish)
+{
+    const QWidget *inner = window->widget();
+    const QSize area = m_workspace->viewport()->size();
+    QSize size = window->size().expandedTo(window->sizeHint());
+    if (inner && wish.isValid() && inner->sizeHint().isValid())
+        size = size.expandedTo(wish + (window->sizeHint() - inner->sizeHint()));
+    if (area.isValid() && !area.isEmpty())
+        size = size.boundedTo(area);
+    window->resize(size);
+    // Keep the whole frame, its title bar and buttons in sight.
+    const QPoint at(qBound(0, window->x(), qMax(0, area.width() - window->width())),
+                    qBound(0, window->y(), qMax(0, area.height() - window->height())));
+    window->move(at);
 }
 
 void ZIRK::logMessage(const QString &text, bool showInOutput)
@@ -346,6 +415,33 @@ void ZIRK::configureFileDialog(QWidget *parent, const QString &title, const QStr
     m_fileDialog->setNameFilters(filters.split(QStringLiteral(";;"), Qt::SkipEmptyParts));
     if (!directory.isEmpty())
         m_fileDialog->setDirectory(directory);
+    clearFileDialogEntry();
+}
+
+void ZIRK::clearFileDialogEntry()
+{
+    // One dialog serves every task: the name typed or picked for the last one
+    // must not become the answer to the next. Only the directory carries over.
+    for (QAbstractItemView *view : m_fileDialog->findChildren<QAbstractItemView *>()) {
+        if (view->selectionModel())
+            view->clearSelection();
+    }
+    if (auto *edit = m_fileDialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))) {
+        if (edit->completer() && edit->completer()->popup())
+            edit->completer()->popup()->hide();
+        edit->clear();
+    }
+}
+
+bool ZIRK::execFileDialog()
+{
+    const bool accepted = m_fileDialog->exec() == QDialog::Accepted;
+    // A completion list left open would take the next click meant for the workspace.
+    if (auto *edit = m_fileDialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))) {
+        if (edit->completer() && edit->completer()->popup())
+            edit->completer()->popup()->hide();
+    }
+    return accepted;
 }
 
 QString ZIRK::getExistingFile()
@@ -355,7 +451,7 @@ QString ZIRK::getExistingFile()
     m_fileDialog->setFileMode(QFileDialog::ExistingFile);
     m_fileDialog->setOption(QFileDialog::ShowDirsOnly, false);
     m_fileDialog->setAcceptMode(QFileDialog::AcceptOpen);
-    if (m_fileDialog->exec() != QDialog::Accepted || m_fileDialog->selectedFiles().isEmpty())
+    if (!execFileDialog() || m_fileDialog->selectedFiles().isEmpty())
         return QString();
     return m_fileDialog->selectedFiles().first();
 }
@@ -367,7 +463,7 @@ QStringList ZIRK::getExistingFiles()
     m_fileDialog->setFileMode(QFileDialog::ExistingFiles);
     m_fileDialog->setOption(QFileDialog::ShowDirsOnly, false);
     m_fileDialog->setAcceptMode(QFileDialog::AcceptOpen);
-    if (m_fileDialog->exec() != QDialog::Accepted)
+    if (!execFileDialog())
         return QStringList();
     return m_fileDialog->selectedFiles();
 }
@@ -379,9 +475,14 @@ QString ZIRK::getDirectory(bool write)
     m_fileDialog->setFileMode(QFileDialog::Directory);
     m_fileDialog->setOption(QFileDialog::ShowDirsOnly, true);
     m_fileDialog->setAcceptMode(write ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
-    if (m_fileDialog->exec() != QDialog::Accepted)
+    if (!execFileDialog())
         return QString();
-    return m_fileDialog->directory().absolutePath();
+    // The folder typed or selected, when there is one; the folder on display
+    // only when nothing was chosen in it.
+    const QStringList chosen = m_fileDialog->selectedFiles();
+    if (chosen.isEmpty() || chosen.first().isEmpty())
+        return m_fileDialog->directory().absolutePath();
+    return QDir::cleanPath(QDir(m_fileDialog->directory()).absoluteFilePath(chosen.first()));
 }
 
 QString ZIRK::getAnyFile()
@@ -391,7 +492,7 @@ QString ZIRK::getAnyFile()
     m_fileDialog->setFileMode(QFileDialog::AnyFile);
     m_fileDialog->setOption(QFileDialog::ShowDirsOnly, false);
     m_fileDialog->setAcceptMode(QFileDialog::AcceptSave);
-    if (m_fileDialog->exec() != QDialog::Accepted || m_fileDialog->selectedFiles().isEmpty())
+    if (!execFileDialog() || m_fileDialog->selectedFiles().isEmpty())
         return QString();
     return applyFilterExtension(m_fileDialog->selectedFiles().first(),
                                 m_fileDialog->selectedNameFilter());
@@ -448,5 +549,8 @@ void ZIRK::aboutZIRK()
     box.setInformativeText(QStringLiteral("Version: 0.45a\nLicence: Qt GNU LGPL v. 2.1"));
     box.setStandardButtons(QMessageBox::Ok);
     box.setDefaultButton(QMessageBox::Ok);
+    // Each line of the informative text stays whole: "v. 2.1" is not to break.
+    if (auto *label = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel")))
+        label->setWordWrap(false);
     box.exec();
 }

@@ -120,8 +120,15 @@ private:
     void createWorkspace();
     void createOutput();
     void createFileDialog();
+    void clearFileDialogEntry();
+    [[nodiscard]] bool execFileDialog();
     QAction *makeAction(const QString &text, const QString &icon);
     QMdiSubWindow *showSubwindowShared(QWidget *widget);
+    static QSize wishedSize(const QWidget *widget);
+    // At least the window's size hint and the size its widget asked for, inside
+    // the workspace.
+    void fitSubWindow(QMdiSubWindow *window, const QSize &wish);
+    void handOverCloseKeys(QMdiSubWindow *window);
     void logUnavailable(const char *tool);
     void openTextureFromMessage(const QString &path);
 

@@ -2,6 +2,14 @@
 // slots. Tool windows that are not part of this build yet log a line instead.
 #include "app/ZIRK.h"
 
+#include "gamedata/CFileFGD.h"
+#include "gamedata/VFGD.h"
+#include "map/VBSPINFO.h"
+#include "map/VENTITY.h"
+#include "map/VVBSP.h"
+#include "materials/VMass.h"
+#include "materials/VVMT.h"
+#include "packages/CDelegateBSP.h"
 #include "packages/VPackage.h"
 #include "textures/CFileVTF.h"
 #include "textures/VTFMass.h"
@@ -10,6 +18,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QMessageBox>
 
 ZIRK::Route ZIRK::routeForPath(const QString &path)
 {
@@ -91,7 +100,7 @@ void ZIRK::showVPackage(const QString &path)
 
 void ZIRK::showVMass()
 {
-    logUnavailable("Mass VMT Editor");
+    showSubwindowShared(new VMass());
 }
 
 void ZIRK::showVParticle()
@@ -111,42 +120,42 @@ void ZIRK::showVParticle(CFilePCF *)
 
 void ZIRK::showVVBSP()
 {
-    logUnavailable("VBSP Editor");
+    showSubwindowShared(new VVBSP());
 }
 
-void ZIRK::showVVBSP(const QString &)
+void ZIRK::showVVBSP(const QString &path)
 {
-    logUnavailable("VBSP Editor");
+    showSubwindowShared(new VVBSP(path));
 }
 
-void ZIRK::showVVBSP(CFileVBSP *)
+void ZIRK::showVVBSP(CFileVBSP *file)
 {
-    logUnavailable("VBSP Editor");
+    showSubwindowShared(new VVBSP(file));
 }
 
 void ZIRK::showVVMT()
 {
-    logUnavailable("VMT Editor");
+    showSubwindowShared(new VVMT());
 }
 
-void ZIRK::showVVMT(const QString &)
+void ZIRK::showVVMT(const QString &path)
 {
-    logUnavailable("VMT Editor");
+    showSubwindowShared(new VVMT(path));
 }
 
-void ZIRK::showVVMT(const QByteArray &, const QString &)
+void ZIRK::showVVMT(const QByteArray &data, const QString &name)
 {
-    logUnavailable("VMT Editor");
+    showSubwindowShared(new VVMT(data, name));
 }
 
 void ZIRK::showVFGD()
 {
-    logUnavailable("FGD Editor");
+    showSubwindowShared(new VFGD());
 }
 
-void ZIRK::showVFGD(CFileFGD *)
+void ZIRK::showVFGD(CFileFGD *file)
 {
-    logUnavailable("FGD Editor");
+    showSubwindowShared(new VFGD(file));
 }
 
 void ZIRK::showVVTF()
@@ -185,19 +194,24 @@ void ZIRK::showVBSPInfo()
     showVBSPInfo(path);
 }
 
-void ZIRK::showVBSPInfo(const QString &)
+void ZIRK::showVBSPInfo(const QString &path)
 {
-    logUnavailable("BSP Info");
+    CDelegateBSP bsp;
+    if (!bsp.openPackage(path, true)) {
+        QMessageBox::warning(this, QStringLiteral("BSP Info"), bsp.getLastError());
+        return;
+    }
+    showSubwindowShared(new VBSPINFO(bsp));
 }
 
 void ZIRK::showVEntity()
 {
-    logUnavailable("Entity Lump Editor");
+    showSubwindowShared(new VENTITY());
 }
 
-void ZIRK::showVEntity(const QString &)
+void ZIRK::showVEntity(const QString &path)
 {
-    logUnavailable("Entity Lump Editor");
+    showSubwindowShared(new VENTITY(path));
 }
 
 void ZIRK::showVPakfile()
@@ -223,5 +237,10 @@ void ZIRK::doDummy1()
                                                       QStringLiteral("Forge Game Data (*.fgd)"));
     if (path.isEmpty())
         return;
-    logUnavailable("FGD Editor");
+    // A file that fails to read shows nothing.
+    auto *file = new CFileFGD;
+    if (file->createFromFile(path))
+        showVFGD(file);
+    else
+        delete file;
 }

@@ -7,6 +7,8 @@ list(APPEND ZIRK_CORE_SOURCES
 list(APPEND ZIRK_GUI_SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/QtSingleApplication.h
     ${CMAKE_CURRENT_LIST_DIR}/QtSingleApplication.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/QSubWindowControls.h
+    ${CMAKE_CURRENT_LIST_DIR}/QSubWindowControls.cpp
     ${CMAKE_CURRENT_LIST_DIR}/ZIRK.h
     ${CMAKE_CURRENT_LIST_DIR}/ZIRK.cpp
     ${CMAKE_CURRENT_LIST_DIR}/ZIRKTools.cpp

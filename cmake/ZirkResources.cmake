@@ -9,7 +9,7 @@ if(NOT EXISTS "${ZIRK_SILK_DIR}/add.png")
                         "Install the Debian package famfamfam-silk (apt-get install famfamfam-silk).")
 endif()
 
-set(ZIRK_GEN_DIR ${CMAKE_BINARY_DIR}/generated)
+set(ZIRK_GEN_DIR ${PROJECT_BINARY_DIR}/generated)
 set(ZIRK_PAINTED_DIR ${ZIRK_GEN_DIR}/painted)
 file(MAKE_DIRECTORY ${ZIRK_PAINTED_DIR})
 
@@ -47,7 +47,7 @@ foreach(file IN LISTS ZIRK_PAINTED_FILES)
         "  <file alias=\"resources/icons/${name}.png\">${file}</file>\n"
         "  <file alias=\"resources/icons/${name}\">${file}</file>\n")
 endforeach()
-file(GLOB ZIRK_DATA_FILES "${CMAKE_SOURCE_DIR}/resources/data/*")
+file(GLOB ZIRK_DATA_FILES "${PROJECT_SOURCE_DIR}/resources/data/*")
 foreach(file IN LISTS ZIRK_DATA_FILES)
     get_filename_component(name ${file} NAME)
     if(NOT name MATCHES "^\\.")

@@ -13,6 +13,10 @@ public:
 
     QStringList formats() const override;
     void addDelayedFormat(const QString &format);
+    // The formats announced but not filled in yet.
+    QStringList delayedFormats() const { return extraFormats; }
+    // Called once a format's data has been set: later requests find it there.
+    void removeDelayedFormat(const QString &format);
 
 signals:
     void dataRequested(QDelayedMimeData *data, const QString &format) const;

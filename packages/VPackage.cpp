@@ -20,8 +20,11 @@
 #include "util/UtilWidgets.h"
 
 #include <QAction>
+#include <QBuffer>
 #include <QDir>
+#include <QDrag>
 #include <QFile>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -30,7 +33,9 @@
 #include <QMessageBox>
 #include <QProgressDialog>
 #include <QRegExp>
+#include <QSet>
 #include <QSplitter>
+#include <QTemporaryDir>
 #include <QToolBar>
 #include <QTreeWidget>
 #include <QTreeWidgetItemIterator>
@@ -38,6 +43,7 @@
 #include <QtDebug>
 
 #include <cstdlib>
+#include <memory>
 
 // The texture reader lives in another part of the program; the viewer takes
 // it in when it is part of the build.
@@ -45,6 +51,12 @@
 #include "textures/CFileVTF.h"
 #define ZIRK_VIEWER_HAS_VTF 1
 #endif
+
+namespace {
+
+const char *const UriListFormat = "text/uri-list";
+
+} // namespace
 
 VPackage::VPackage(const QString &fileToOpen, QWidget *parent)
     : QWidget(parent)
@@ -65,6 +77,11 @@ VPackage::VPackage(const QString &fileToOpen, QWidget *parent)
     toolBar->addSeparator();
     actionSearch = toolBar->addAction(QIcon(QStringLiteral(":/resources/icons/magnifier")),
                                       QStringLiteral("Search"));
+
+    actionOpen->setShortcuts(QKeySequence::Open);
+    actionBack->setShortcuts(QKeySequence::Back);
+    actionForward->setShortcuts(QKeySequence::Forward);
+    actionSearch->setShortcuts(QKeySequence::Find);
 
     auto *pathLabel = new QLabel(QStringLiteral("Path:"), this);
     pathLine = new QLineEdit(this);
@@ -113,8 +130,12 @@ VPackage::VPackage(const QString &fileToOpen, QWidget *parent)
     connect(tree, &QWidget::customContextMenuRequested, this, &VPackage::treeContextMenu);
     connect(table, &QWidget::customContextMenuRequested, this, &VPackage::tableContextMenu);
     connect(table, &QTableWidget::itemDoubleClicked, this, &VPackage::tableItemDoubleClicked);
+    connect(table, &VPackageTableWidget::entryActivated, this, &VPackage::tableItemDoubleClicked);
+    connect(table, &VPackageTableWidget::dragStarted, this, &VPackage::startTableDrag);
     connect(table, &VPackageTableWidget::mouseReleasePoint, this, &VPackage::dragReleasePoint);
 
+    // Room for a path of a few folders and names beside the tree.
+    resize(760, 460);
     setClosedState();
     if (!fileToOpen.isEmpty())
         fileOpen(fileToOpen);
@@ -162,6 +183,7 @@ void VPackage::clearView()
     forwardStack.clear();
     currentItem = nullptr;
     contextTableItem = nullptr;
+    dragEntries.clear();
 }
 
 void VPackage::fileOpen()
@@ -428,9 +450,19 @@ void VPackage::tableItemDoubleClicked(QTableWidgetItem *item)
     if (treeItem->node->isBranch()) {
         tree->setCurrentItem(treeItem);
         tree->scrollToItem(treeItem);
+        // The keyboard goes on from the first row of the folder just entered.
+        if (table->rowCount() > 0)
+            table->setCurrentCell(0, 0, QItemSelectionModel::NoUpdate);
         return;
     }
     openEntry(treeItem);
+}
+
+void VPackage::reportOpenFailure(const QString &text)
+{
+    // The Output may well be hidden: the user hears why where the double click was.
+    qWarning("%s", qUtf8Printable(text));
+    QMessageBox::warning(this, QStringLiteral("Package Viewer"), text);
 }
 
 void VPackage::openEntry(VPackageTreeWidgetItem *item)
@@ -438,29 +470,31 @@ void VPackage::openEntry(VPackageTreeWidgetItem *item)
     CPackageHierarchyNode *node = item->node;
     const QString name = *node;
     if (name.endsWith(QLatin1String(".vmt"), Qt::CaseInsensitive)) {
-        QByteArray *data = delegate->getFileByNode(node);
+        std::unique_ptr<QByteArray> data(delegate->getFileByNode(node));
         if (!data) {
-            qWarning() << delegate->getLastError();
+            reportOpenFailure(delegate->getLastError());
             return;
         }
         ZIRK::get()->showVVMT(*data, name.left(name.size() - 4));
-        delete data;
         return;
     }
     if (name.endsWith(QLatin1String(".vtf"), Qt::CaseInsensitive)) {
-        QByteArray *data = delegate->getFileByNode(node);
+        std::unique_ptr<QByteArray> data(delegate->getFileByNode(node));
         if (!data) {
-            qWarning() << delegate->getLastError();
+            reportOpenFailure(delegate->getLastError());
             return;
         }
 #ifdef ZIRK_VIEWER_HAS_VTF
-        CFileVTF *vtf = IFileClass<CFileVTF>::createFromData(*data);
+        QBuffer buffer(data.get());
+        QString error;
+        CFileVTF *vtf = IFileClass<CFileVTF>::createFromDevice(buffer, error);
         if (vtf)
             ZIRK::get()->showVVTF(vtf, name.left(name.size() - 4));
+        else
+            reportOpenFailure(error);
 #else
         qDebug("The VTF reader is not part of this build yet");
 #endif
-        delete data;
         return;
     }
 
@@ -473,15 +507,15 @@ void VPackage::openEntry(VPackageTreeWidgetItem *item)
     progress.setWindowTitle(windowTitle());
     QFile out(path);
     if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        qWarning() << "Unable to open" << path;
+        reportOpenFailure(QStringLiteral("Unable to open \"%1\"").arg(path));
         return;
     }
     const bool written = delegate->getFileByNode(&out, node);
     out.close();
     progress.close();
     if (!written) {
-        qWarning() << delegate->getLastError();
         out.remove();
+        reportOpenFailure(delegate->getLastError());
         return;
     }
     // The name comes from the package: quote it so the shell takes it as one word.
@@ -490,7 +524,7 @@ void VPackage::openEntry(VPackageTreeWidgetItem *item)
     QString command = ProgramSettings_t::get()->linuxCommandRun;
     command.replace(QLatin1Char('*'), QLatin1Char('\'') + quoted + QLatin1Char('\''));
     if (std::system(command.toLocal8Bit().constData()) != 0)
-        qDebug() << "Command returned an error:" << command;
+        qDebug().noquote() << "Command returned an error:" << command;
     ZIRK::get()->registerTemporaryFile(path);
 }
 
@@ -546,7 +580,77 @@ void VPackage::packageContextDefragment() { }
 
 void VPackage::writeSelectedTableItems(QList<QUrl> *) { }
 
-void VPackage::delayedDataRequested(QDelayedMimeData *, const QString &) { }
+QDelayedMimeData *VPackage::createDragData(const QList<VPackageTreeWidgetItem *> &items)
+{
+    auto *data = new QDelayedMimeData;
+    QList<VPackageTreeWidgetItem *> entries;
+    for (VPackageTreeWidgetItem *item : items) {
+        // The package root has no name of its own to land under.
+        if (item && item->node && item->parent())
+            entries.append(item);
+    }
+    if (entries.isEmpty())
+        return data;
+    data->addDelayedFormat(QString::fromLatin1(UriListFormat));
+    dragEntries.insert(data, entries);
+    connect(data, &QDelayedMimeData::dataRequested, this, &VPackage::delayedDataRequested,
+            Qt::DirectConnection);
+    connect(data, &QObject::destroyed, this, [this, data] { dragEntries.remove(data); });
+    return data;
+}
+
+void VPackage::startTableDrag()
+{
+    if (!delegate)
+        return;
+    QList<VPackageTreeWidgetItem *> items;
+    for (const VPackageTableWidgetItem *row : selectedTableItems())
+        items.append(row->treeItem);
+    std::unique_ptr<QDelayedMimeData> data(createDragData(items));
+    if (data->delayedFormats().isEmpty())
+        return;
+    auto *drag = new QDrag(table);
+    drag->setMimeData(data.release());
+    drag->exec(Qt::CopyAction);
+    drag->deleteLater();
+}
+
+void VPackage::delayedDataRequested(QDelayedMimeData *data, const QString &format)
+{
+    // A file manager reads the list of files once the drop lands; only then
+    // are the entries written, into a folder of this window from which the
+    // target copies them.
+    if (format != QLatin1String(UriListFormat) || !data->delayedFormats().contains(format))
+        return;
+    data->removeDelayedFormat(format);
+    const QList<VPackageTreeWidgetItem *> entries = dragEntries.take(data);
+    if (entries.isEmpty() || !delegate)
+        return;
+    if (!dragFolder) {
+        dragFolder = std::make_unique<QTemporaryDir>(QDir::tempPath()
+                                                     + QStringLiteral("/zirk-drag-XXXXXX"));
+        if (!dragFolder->isValid()) {
+            qWarning("Unable to create path \"%s\"", qUtf8Printable(dragFolder->path()));
+            dragFolder.reset();
+            return;
+        }
+    }
+    // Each drop gets a folder of its own, so that one does not overwrite another.
+    const QString target = dragFolder->filePath(QString::number(++dragCount));
+    if (!QDir().mkpath(target)) {
+        qWarning("Unable to create path \"%s\"", qUtf8Printable(target));
+        return;
+    }
+    VPackageExtractor(delegate, nullptr).extract(entries, target);
+    QList<QUrl> urls;
+    for (const VPackageTreeWidgetItem *entry : entries) {
+        const QString relative = VPackageExtractor::relativePath(entry, entry);
+        const QString path = target + QLatin1Char('/') + relative;
+        if (VPackageExtractor::isContainedPath(relative) && QFileInfo::exists(path))
+            urls.append(QUrl::fromLocalFile(path));
+    }
+    data->setUrls(urls);
+}
 
 void VPackage::dragReleasePoint(QPoint) { }
 
@@ -581,18 +685,23 @@ void VPackage::treeContextExtract()
     packageContextExtract({ &carrier });
 }
 
-void VPackage::tableContextExtract()
+QList<VPackageTableWidgetItem *> VPackage::selectedTableItems() const
 {
     QList<VPackageTableWidgetItem *> items;
-    QList<int> rows;
+    QSet<int> rows;
     for (QTableWidgetItem *selected : table->selectedItems()) {
         if (rows.contains(selected->row()))
             continue;
-        rows.append(selected->row());
+        rows.insert(selected->row());
         if (auto *name = dynamic_cast<VPackageTableWidgetItem *>(table->item(selected->row(), 0)))
             items.append(name);
     }
-    packageContextExtract(items);
+    return items;
+}
+
+void VPackage::tableContextExtract()
+{
+    packageContextExtract(selectedTableItems());
 }
 
 void VPackage::packageContextExtract(QList<VPackageTableWidgetItem *> items)

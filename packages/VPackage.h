@@ -1,9 +1,13 @@
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QPoint>
+#include <QTemporaryDir>
 #include <QUrl>
 #include <QWidget>
+
+#include <memory>
 
 class CPackageHierarchyNode;
 class IPackageDelegate;
@@ -45,6 +49,9 @@ public:
     void updateTreeItemIcon(VPackageTreeWidgetItem *item);
     QString getRelativePathForItem(const QTreeWidgetItem *item) const;
     void packageContextExtract(QList<VPackageTableWidgetItem *> items);
+    // The data of a drag of these entries out of the window. It names its
+    // format only; the entries are extracted when a drop asks for the data.
+    QDelayedMimeData *createDragData(const QList<VPackageTreeWidgetItem *> &items);
 
 public slots:
     void fileOpen();
@@ -69,14 +76,17 @@ private slots:
     void tableItemDoubleClicked(QTableWidgetItem *item);
     void treeContextMenu(const QPoint &point);
     void tableContextMenu(const QPoint &point);
+    void startTableDrag();
 
 private:
     void setClosedState();
     void clearView();
     void openEntry(VPackageTreeWidgetItem *item);
+    void reportOpenFailure(const QString &text);
     void extractTreeItems(const QList<VPackageTreeWidgetItem *> &items, const QStringList &preLog);
     void appendTableRow(VPackageTreeWidgetItem *item);
     VPackageTreeWidgetItem *treeItemOfRow(int row) const;
+    QList<VPackageTableWidgetItem *> selectedTableItems() const;
 
     IPackageDelegate *delegate = nullptr;
     QToolBar *toolBar = nullptr;
@@ -96,4 +106,8 @@ private:
     bool historyMove = false;
     int currentChanges = 0;
     VPackagePropertiesDialog *propertiesDialog = nullptr;
+    // What each live drag carries, and where dropped entries are written.
+    QHash<const QDelayedMimeData *, QList<VPackageTreeWidgetItem *>> dragEntries;
+    std::unique_ptr<QTemporaryDir> dragFolder;
+    int dragCount = 0;
 };

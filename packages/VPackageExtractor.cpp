@@ -18,6 +18,8 @@ void VPackageExtractor::log(const QString &text, bool isError)
 {
     if (dialog)
         dialog->logMessage(text, isError);
+    else if (isError)
+        qWarning("%s", qUtf8Printable(text));
 }
 
 QString VPackageExtractor::relativePath(const QTreeWidgetItem *base, const QTreeWidgetItem *file)

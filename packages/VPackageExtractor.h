@@ -9,7 +9,8 @@ class QTreeWidgetItem;
 class VPackageTreeWidgetItem;
 
 // Writes package entries below a target directory for the Package Viewer,
-// reporting each failure in the progress dialog's log and going on.
+// reporting each failure in the progress dialog's log (without one, as a
+// warning) and going on.
 class VPackageExtractor
 {
 public:

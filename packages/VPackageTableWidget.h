@@ -12,7 +12,13 @@ public:
 
 signals:
     void mouseReleasePoint(QPoint point);
+    // Enter or Return on a row: the keyboard's double click.
+    void entryActivated(QTableWidgetItem *item);
+    // The user began to drag the selected rows out.
+    void dragStarted();
 
 protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void startDrag(Qt::DropActions supportedActions) override;
 };

@@ -18,6 +18,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QSignalBlocker>
 #include <QStackedWidget>
 #include <QTextEdit>
@@ -77,6 +78,16 @@ QListWidget *makeFlagList(QWidget *parent)
     return list;
 }
 
+// A settings page scrolls rather than push the window past a small workspace.
+QWidget *scrolling(QWidget *page)
+{
+    auto *area = new QScrollArea;
+    area->setWidget(page);
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    return area;
+}
+
 } // namespace
 
 VTFMass::VTFMass(QWidget *parent)
@@ -90,10 +101,10 @@ VTFMass::VTFMass(QWidget *parent)
     pageList->setFixedWidth(pageList->sizeHintForColumn(0) + 2 * pageList->frameWidth() + 12);
 
     pages = new QStackedWidget(this);
-    pages->addWidget(buildBasicPage());
-    pages->addWidget(buildFromOtherPage());
-    pages->addWidget(buildExistingPage());
-    pages->addWidget(buildToOtherPage());
+    pages->addWidget(scrolling(buildBasicPage()));
+    pages->addWidget(scrolling(buildFromOtherPage()));
+    pages->addWidget(scrolling(buildExistingPage()));
+    pages->addWidget(scrolling(buildToOtherPage()));
 
     auto *logPage = new QWidget;
     log = new QTextEdit(logPage);

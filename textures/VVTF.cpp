@@ -14,6 +14,7 @@
 #include <QDockWidget>
 #include <QFileInfo>
 #include <QFormLayout>
+#include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
@@ -99,7 +100,12 @@ void VVTF::buildMenus()
     actionSaveCopyAs
         = make(fileMenu, QStringLiteral("Save Copy As..."), "page_save", &VVTF::vtfSaveCopyAs);
     fileMenu->addSeparator();
-    actionExit = make(fileMenu, QStringLiteral("Exit"), "cross", &QWidget::close);
+    actionExit = make(fileMenu, QStringLiteral("Exit"), "cross", &VVTF::closeFrame);
+    actionNew->setShortcuts(QKeySequence::New);
+    actionOpen->setShortcuts(QKeySequence::Open);
+    actionSave->setShortcuts(QKeySequence::Save);
+    actionSaveAs->setShortcuts(QKeySequence::SaveAs);
+    actionExit->setShortcuts(QKeySequence::Close);
 
     editMenu = menuBar()->addMenu(QStringLiteral("Edit"));
     actionCopy = make(editMenu, QStringLiteral("Copy"), "page_copy", &VVTF::vtfCopy);
@@ -158,12 +164,31 @@ void VVTF::buildMenus()
     actionAnimation->setCheckable(true);
     connect(actionAnimation, &QAction::toggled, this, &VVTF::vtfToggleAnimation);
     viewMenu->addSeparator();
+    actionZoomIn = make(viewMenu, QStringLiteral("Zoom In"), "zoom_in", &VVTF::vtfZoomIn);
+    // Ctrl and the unshifted "=" key too, where "+" needs Shift.
+    actionZoomIn->setShortcuts(QKeySequence::keyBindings(QKeySequence::ZoomIn)
+                               << QKeySequence(Qt::CTRL | Qt::Key_Equal));
+    actionZoomOut = make(viewMenu, QStringLiteral("Zoom Out"), "zoom_out", &VVTF::vtfZoomOut);
+    actionZoomOut->setShortcuts(QKeySequence::ZoomOut);
+    actionZoomFit = make(viewMenu, QStringLiteral("Zoom to Fit"), nullptr, &VVTF::vtfZoomFit);
+    actionZoomActual = make(viewMenu, QStringLiteral("Actual Size"), nullptr, &VVTF::vtfZoomActual);
+    actionZoomActual->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_0));
+    viewMenu->addSeparator();
     viewMenu->addAction(viewDock->toggleViewAction());
 
     actionFromFile = new QAction(QStringLiteral("From File..."), this);
     connect(actionFromFile, &QAction::triggered, this, &VVTF::vtfTreeFromFile);
     actionFromImage = new QAction(QStringLiteral("From Image..."), this);
     connect(actionFromImage, &QAction::triggered, this, &VVTF::vtfTreeFromImage);
+}
+
+void VVTF::closeFrame()
+{
+    // Inside the workspace the frame goes too, after this window agreed to close.
+    if (auto *frame = qobject_cast<QMdiSubWindow *>(parentWidget()))
+        frame->close();
+    else
+        close();
 }
 
 void VVTF::setFileLoaded(bool loaded)
@@ -223,6 +248,7 @@ void VVTF::vtfOpenShared(CFileVTF *file, const QString &name)
         displayName = QStringLiteral("untitled");
     imageLoaded = false;
     thumbnailSelected = false;
+    zoom = 1.0;
     treeMipmap = AllMipmaps;
     treeFrame = AllFrames;
     treeFace = AllFaces;

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QMainWindow>
+#include <QPixmap>
 #include <QTimer>
 
 class CFileVTF;
@@ -83,6 +84,8 @@ public:
     QLabel *imageLabel = nullptr;
     QLabel *tileLabels[3] = {};
     QWidget *imageArea = nullptr;
+    QScrollArea *imageScroll = nullptr;
+    QLabel *zoomLabel = nullptr;
     QSlider *keySlider = nullptr;
     QSlider *shiftSlider = nullptr;
     QSlider *gammaSlider = nullptr;
@@ -128,6 +131,10 @@ public:
     QAction *actionMask = nullptr;
     QAction *actionTile = nullptr;
     QAction *actionAnimation = nullptr;
+    QAction *actionZoomIn = nullptr;
+    QAction *actionZoomOut = nullptr;
+    QAction *actionZoomFit = nullptr;
+    QAction *actionZoomActual = nullptr;
     QAction *actionFromFile = nullptr;
     QAction *actionFromImage = nullptr;
     QMenu *fileMenu = nullptr;
@@ -168,9 +175,18 @@ public Q_SLOTS:
     void vtfFlagClicked(QListWidgetItem *item);
     void vtfHdrSliderChanged();
     void vtfLevelStep(int level, int step);
+    void vtfZoomIn();
+    void vtfZoomOut();
+    void vtfZoomFit();
+    void vtfZoomActual();
+    // "Exit": closes this window and, in the workspace, its frame.
+    void closeFrame();
+
+    double getZoom() const { return zoom; }
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void build();
@@ -189,6 +205,8 @@ private:
     void setModified();
     void updateViewControls();
     void updateFlagList();
+    bool isFlagLocked(quint32 bit) const;
+    void showFlag(QListWidgetItem *item, quint32 bit);
     void updateInfoTab();
     void updateResourcesTab();
     // Tick or cross on the face counts; mipmap generation wants at least two mipmaps.
@@ -197,6 +215,10 @@ private:
     void refreshAll();
     void showThumbnail();
     void showImage(const QByteArray &rgba, unsigned short width, unsigned short height);
+    // Shows the image last given to showImage at the current zoom, tiled if asked.
+    void applyZoom();
+    void setZoom(double factor);
+    double largestZoom() const;
     bool treeOnThumbnail() const { return thumbnailSelected; }
     void connectInfoEdits();
     void connectResourceEdits();
@@ -223,6 +245,8 @@ private:
     unsigned short curWidth = 0;
     unsigned short curHeight = 0;
     QTimer animationTimer;
+    double zoom = 1.0;
+    QPixmap shownPixmap;
     CFileVTF *vtf = nullptr;
     QString displayName;
     bool updating = false;

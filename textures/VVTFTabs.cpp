@@ -15,6 +15,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QShortcut>
 #include <QSignalBlocker>
 #include <QTabWidget>
 #include <QVBoxLayout>
@@ -45,14 +46,42 @@ QString hexWord(quint32 value)
 QWidget *VVTF::buildFlagsTab()
 {
     flagList = new QListWidget;
+    flagList->setObjectName(QStringLiteral("flagList"));
     for (int bit = 0; bit < 32; ++bit) {
         const char *name = VTF::getFlagName(VTF::Flags_t(1u << bit));
         auto *item = new QListWidgetItem(QString::fromLatin1(name), flagList);
-        item->setFlags(Qt::ItemIsEnabled);
+        item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable);
         item->setCheckState(Qt::Unchecked);
     }
     connect(flagList, &QListWidget::itemClicked, this, &VVTF::vtfFlagClicked);
+    // Space toggles the flag under the keyboard's cursor, as a click does.
+    auto *space = new QShortcut(QKeySequence(Qt::Key_Space), flagList, nullptr, nullptr,
+                                Qt::WidgetShortcut);
+    connect(space, &QShortcut::activated, this, [this] {
+        if (QListWidgetItem *item = flagList->currentItem())
+            vtfFlagClicked(item);
+    });
     return flagList;
+}
+
+bool VVTF::isFlagLocked(quint32 bit) const
+{
+    // The alpha bits follow the format and the envmap bit the faces; a normal map can't be an
+    // environment map.
+    return isLockedFlag(bit)
+        || (bit == VTF::FlagNormalMap && vtf && vtf->hasFlag(VTF::FlagEnvironmentMap));
+}
+
+void VVTF::showFlag(QListWidgetItem *item, quint32 bit)
+{
+    const bool set = vtf->getFlags() & bit;
+    const bool locked = isFlagLocked(bit);
+    item->setCheckState(set ? Qt::Checked : Qt::Unchecked);
+    item->setBackground(set ? QColor(192, 255, 192) : QColor(255, 192, 192));
+    item->setForeground(locked ? QColor(96, 96, 96) : QColor(Qt::black));
+    item->setIcon(locked ? QIcon(QStringLiteral(":/resources/icons/lock")) : QIcon());
+    // Greyed out and passed over by the keyboard, yet still shown with its state.
+    item->setFlags(locked ? Qt::NoItemFlags : (Qt::ItemIsEnabled | Qt::ItemIsSelectable));
 }
 
 void VVTF::updateFlagList()
@@ -60,13 +89,8 @@ void VVTF::updateFlagList()
     if (!vtf)
         return;
     const QSignalBlocker blocker(flagList);
-    for (int bit = 0; bit < 32; ++bit) {
-        QListWidgetItem *item = flagList->item(bit);
-        const bool set = vtf->getFlags() & (1u << bit);
-        item->setCheckState(set ? Qt::Checked : Qt::Unchecked);
-        item->setBackground(set ? QColor(192, 255, 192) : QColor(255, 192, 192));
-        item->setForeground(Qt::black);
-    }
+    for (int bit = 0; bit < 32; ++bit)
+        showFlag(flagList->item(bit), 1u << bit);
 }
 
 void VVTF::vtfFlagClicked(QListWidgetItem *item)
@@ -77,14 +101,10 @@ void VVTF::vtfFlagClicked(QListWidgetItem *item)
     if (row < 0 || row > 31)
         return;
     const quint32 bit = 1u << row;
-    // The alpha bits follow the format and the envmap bit the faces; a normal map can't be an
-    // environment map.
-    if (isLockedFlag(bit) || (bit == VTF::FlagNormalMap && vtf->hasFlag(VTF::FlagEnvironmentMap)))
+    if (isFlagLocked(bit))
         return;
     vtf->setFlags(vtf->getFlags() ^ bit);
-    const bool set = vtf->getFlags() & bit;
-    item->setCheckState(set ? Qt::Checked : Qt::Unchecked);
-    item->setBackground(set ? QColor(192, 255, 192) : QColor(255, 192, 192));
+    showFlag(item, bit);
     setModified();
 }
 

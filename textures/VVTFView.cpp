@@ -18,7 +18,9 @@
 #include <QTabWidget>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 
+#include <iterator>
 #include <memory>
 
 namespace {
@@ -28,6 +30,12 @@ enum { RoleMipmap = Qt::UserRole, RoleFrame, RoleFace, RoleSlice, RoleThumbnail 
 
 const char *const LevelNames[4] = { "Mipmap:", "Frame:", "Face:", "Slice:" };
 
+// The zoom factors that the keys and the wheel step through.
+constexpr double ZoomSteps[]
+    = { 1.0 / 16, 1.0 / 8, 1.0 / 4, 1.0 / 2, 1, 2, 3, 4, 6, 8, 12, 16, 24, 32 };
+constexpr int ZoomStepCount = int(std::size(ZoomSteps));
+constexpr int MaximumZoomedSide = 16384;
+
 } // namespace
 
 void VVTF::buildTabs()
@@ -36,8 +44,15 @@ void VVTF::buildTabs()
     tabs->addTab(buildLayoutTab(), QStringLiteral("Layout"));
     tabs->addTab(buildImageTab(), QStringLiteral("Image"));
     tabs->addTab(buildFlagsTab(), QStringLiteral("Flags"));
-    tabs->addTab(buildInfoTab(), QStringLiteral("Info"));
-    tabs->addTab(buildResourcesTab(), QStringLiteral("Resources"));
+    // The form tabs scroll rather than make the window taller than a small workspace.
+    for (auto [page, title] :
+         { std::pair { buildInfoTab(), "Info" }, std::pair { buildResourcesTab(), "Resources" } }) {
+        auto *scroll = new QScrollArea;
+        scroll->setWidget(page);
+        scroll->setWidgetResizable(true);
+        scroll->setFrameShape(QFrame::NoFrame);
+        tabs->addTab(scroll, QString::fromLatin1(title));
+    }
     setCentralWidget(tabs);
 }
 
@@ -54,6 +69,8 @@ QWidget *VVTF::buildLayoutTab()
 QWidget *VVTF::buildImageTab()
 {
     auto *scroll = new QScrollArea;
+    imageScroll = scroll;
+    scroll->viewport()->installEventFilter(this);
     scroll->setBackgroundRole(QPalette::Dark);
     imageArea = new QWidget;
     auto *grid = new QGridLayout(imageArea);
@@ -94,6 +111,9 @@ void VVTF::buildViewControls()
         previousButtons[level] = new QPushButton(QStringLiteral("<"), panel);
         levelLabels[level] = new QLabel(QStringLiteral("0/0"), panel);
         levelLabels[level]->setAlignment(Qt::AlignCenter);
+        // Wide enough for any count, so that the dock keeps its width while frames run.
+        levelLabels[level]->setMinimumWidth(
+            levelLabels[level]->fontMetrics().horizontalAdvance(QStringLiteral("65535/65535")));
         nextButtons[level] = new QPushButton(QStringLiteral(">"), panel);
         previousButtons[level]->setMaximumWidth(32);
         nextButtons[level]->setMaximumWidth(32);
@@ -105,16 +125,29 @@ void VVTF::buildViewControls()
         connect(nextButtons[level], &QPushButton::clicked, this,
                 [this, level] { vtfLevelStep(level, 1); });
     }
+    grid->addWidget(new QLabel(QStringLiteral("Zoom:"), panel), 4, 0);
+    auto *zoomOut = new QPushButton(QStringLiteral("-"), panel);
+    zoomLabel = new QLabel(QStringLiteral("100%"), panel);
+    zoomLabel->setObjectName(QStringLiteral("zoomLabel"));
+    zoomLabel->setAlignment(Qt::AlignCenter);
+    auto *zoomIn = new QPushButton(QStringLiteral("+"), panel);
+    zoomOut->setMaximumWidth(32);
+    zoomIn->setMaximumWidth(32);
+    grid->addWidget(zoomOut, 4, 1);
+    grid->addWidget(zoomLabel, 4, 2);
+    grid->addWidget(zoomIn, 4, 3);
+    connect(zoomOut, &QPushButton::clicked, this, &VVTF::vtfZoomOut);
+    connect(zoomIn, &QPushButton::clicked, this, &VVTF::vtfZoomIn);
     keySlider = makeHdrSlider(0, 800, 125, 80);
     shiftSlider = makeHdrSlider(-100, 100, 40, 20);
     gammaSlider = makeHdrSlider(0, 1600, 400, 160);
-    grid->addWidget(new QLabel(QStringLiteral("Key:"), panel), 4, 0);
-    grid->addWidget(keySlider, 4, 1, 1, 3);
-    grid->addWidget(new QLabel(QStringLiteral("Shift:"), panel), 5, 0);
-    grid->addWidget(shiftSlider, 5, 1, 1, 3);
-    grid->addWidget(new QLabel(QStringLiteral("Gamma:"), panel), 6, 0);
-    grid->addWidget(gammaSlider, 6, 1, 1, 3);
-    grid->setRowStretch(7, 1);
+    grid->addWidget(new QLabel(QStringLiteral("Key:"), panel), 5, 0);
+    grid->addWidget(keySlider, 5, 1, 1, 3);
+    grid->addWidget(new QLabel(QStringLiteral("Shift:"), panel), 6, 0);
+    grid->addWidget(shiftSlider, 6, 1, 1, 3);
+    grid->addWidget(new QLabel(QStringLiteral("Gamma:"), panel), 7, 0);
+    grid->addWidget(gammaSlider, 7, 1, 1, 3);
+    grid->setRowStretch(8, 1);
 
     viewDock = new QDockWidget(QStringLiteral("View Controls"), this);
     viewDock->setObjectName(QStringLiteral("View Controls"));
@@ -283,9 +316,27 @@ void VVTF::showImage(const QByteArray &rgba, unsigned short width, unsigned shor
 {
     std::unique_ptr<QImage> image(
         VTF::toQImage(rgba, width, height, VTF::DrawFlags_t(drawFlags & 0x3F), true));
-    const QPixmap pixmap = image ? QPixmap::fromImage(*image) : QPixmap();
-    imageLabel->setPixmap(pixmap);
-    imageLabel->setFixedSize(width, height);
+    shownPixmap = image ? QPixmap::fromImage(*image) : QPixmap();
+    applyZoom();
+}
+
+void VVTF::applyZoom()
+{
+    zoom = qBound(ZoomSteps[0], zoom, largestZoom());
+    zoomLabel->setText(QStringLiteral("%1%").arg(qRound(zoom * 100)));
+    if (shownPixmap.isNull() && !imageLoaded)
+        return;
+    const QSize size(qMax(1, qRound(shownPixmap.width() * zoom)),
+                     qMax(1, qRound(shownPixmap.height() * zoom)));
+    // Texels stay sharp squares when enlarged: a small texture is read pixel by pixel.
+    imageLabel->setPixmap(
+        zoom == 1.0 || shownPixmap.isNull()
+            ? shownPixmap
+            : shownPixmap.scaled(size, Qt::IgnoreAspectRatio,
+                                 zoom > 1.0 ? Qt::FastTransformation : Qt::SmoothTransformation));
+    imageLabel->setFixedSize(shownPixmap.isNull() ? QSize(0, 0) : size);
+    const int width = imageLabel->width();
+    const int height = imageLabel->height();
     const bool tile = (drawFlags & (DrawTileRequested | DrawTileShown)) != 0;
     drawFlags &= ~unsigned(DrawTileRequested | DrawTileShown);
     if (tile) {
@@ -336,6 +387,69 @@ void VVTF::vtfToggleTile()
     }
     const QSignalBlocker blocker(actionTile);
     actionTile->setChecked(drawFlags & DrawTileShown);
+}
+
+double VVTF::largestZoom() const
+{
+    // The enlarged picture is a real pixmap: keep it to a size that memory holds.
+    const int side = qMax(1, qMax(shownPixmap.width(), shownPixmap.height()));
+    return qBound(1.0, double(MaximumZoomedSide) / side, ZoomSteps[ZoomStepCount - 1]);
+}
+
+void VVTF::setZoom(double factor)
+{
+    zoom = factor;
+    applyZoom();
+}
+
+void VVTF::vtfZoomIn()
+{
+    for (double step : ZoomSteps) {
+        if (step > zoom * 1.001) {
+            setZoom(step);
+            return;
+        }
+    }
+}
+
+void VVTF::vtfZoomOut()
+{
+    for (int i = ZoomStepCount - 1; i >= 0; --i) {
+        if (ZoomSteps[i] < zoom * 0.999) {
+            setZoom(ZoomSteps[i]);
+            return;
+        }
+    }
+}
+
+void VVTF::vtfZoomFit()
+{
+    if (shownPixmap.isNull())
+        return;
+    const int tiles = (drawFlags & DrawTileShown) ? 2 : 1;
+    const QSize room = imageScroll->viewport()->size();
+    setZoom(qMin(double(room.width()) / (shownPixmap.width() * tiles),
+                 double(room.height()) / (shownPixmap.height() * tiles)));
+}
+
+void VVTF::vtfZoomActual()
+{
+    setZoom(1.0);
+}
+
+bool VVTF::eventFilter(QObject *watched, QEvent *event)
+{
+    if (imageScroll && watched == imageScroll->viewport() && event->type() == QEvent::Wheel) {
+        auto *wheel = static_cast<QWheelEvent *>(event);
+        if (wheel->modifiers() & Qt::ControlModifier) {
+            if (wheel->angleDelta().y() > 0)
+                vtfZoomIn();
+            else if (wheel->angleDelta().y() < 0)
+                vtfZoomOut();
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void VVTF::vtfToggleMask()

@@ -1,8 +1,12 @@
 zirk_add_test(tst_app_settings SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_app_settings.cpp)
-target_compile_definitions(tst_app_settings PRIVATE ZIRK_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+target_compile_definitions(tst_app_settings PRIVATE ZIRK_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
 zirk_add_test(tst_app_channel SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_app_channel.cpp)
 zirk_add_test(tst_app_zirk GUI SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_app_zirk.cpp)
 zirk_add_test(tst_app_instance SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_app_instance.cpp)
 target_compile_definitions(tst_app_instance PRIVATE ZIRK_BINARY="$<TARGET_FILE:zirk>")
 add_dependencies(tst_app_instance zirk)
 set_tests_properties(tst_app_instance PROPERTIES RUN_SERIAL TRUE)
+zirk_add_test(tst_app_filedialog GUI SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_app_filedialog.cpp)
+target_include_directories(tst_app_filedialog PRIVATE ${CMAKE_CURRENT_LIST_DIR}/../packages)
+add_test(NAME tst_app_launcher COMMAND sh ${CMAKE_CURRENT_LIST_DIR}/launcher_test.sh
+                                          ${PROJECT_SOURCE_DIR}/resources/desktop/zirk.in)

@@ -3,11 +3,38 @@
 #include <QDir>
 #include <QFile>
 #include <QLocalServer>
+#include <QLocalSocket>
 #include <QLockFile>
 #include <QSignalSpy>
 #include <QUuid>
 #include <QtConcurrent>
 #include <QtTest>
+
+// Remembers the type of the last event that the event loop dispatched: a
+// socket notification, a timer or a queued call. Events sent on the way, such
+// as those of new child objects, are passed over.
+class LastEventWatch : public QObject
+{
+public:
+    LastEventWatch() { QCoreApplication::instance()->installEventFilter(this); }
+    QEvent::Type last = QEvent::None;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        switch (event->type()) {
+        case QEvent::SockAct:
+        case QEvent::SockClose:
+        case QEvent::Timer:
+        case QEvent::MetaCall:
+            last = event->type();
+            break;
+        default:
+            break;
+        }
+        return false;
+    }
+};
 
 class TestChannel : public QObject
 {
@@ -125,6 +152,49 @@ private Q_SLOTS:
                  QList<bool>({ true }));
         QTRY_COMPARE(received.size(), 1);
         QCOMPARE(received.at(0).at(0).toString(), QStringLiteral("after crash"));
+    }
+
+    // A receiver that shows a message box runs a nested event loop; the sender
+    // leaves meanwhile and its connection is torn down inside that loop. The
+    // channel must not be in the middle of reading that connection then: the
+    // socket's read handler would return into freed memory. That happens inside
+    // the uninstrumented Qt library, so the test also checks what event the
+    // message arrives on: never a socket notification.
+    void receiverMayRunANestedLoopWhileTheSenderLeaves()
+    {
+        const QString id = uniqueId();
+        CInstanceChannel first(id);
+        QVERIFY(!first.isClient());
+        LastEventWatch watch;
+        QStringList received;
+        QList<QEvent::Type> deliveredOn;
+        bool connectionGoneInside = false;
+        connect(&first, &CInstanceChannel::messageReceived, this, [&](const QString &message) {
+            received.append(message);
+            deliveredOn.append(watch.last);
+            QEventLoop loop;
+            QTimer poll;
+            connect(&poll, &QTimer::timeout, &loop, [&] {
+                if (first.findChildren<QLocalSocket *>().isEmpty()) {
+                    connectionGoneInside = true;
+                    loop.quit();
+                }
+            });
+            QTimer::singleShot(5000, &loop, &QEventLoop::quit);
+            poll.start(5);
+            loop.exec();
+        });
+
+        CInstanceChannel second(id);
+        QVERIFY(second.isClient());
+        const QStringList messages = { QStringLiteral("broken.bsp"), QStringLiteral("next.vtf") };
+        QCOMPARE(waitFor(sendAll(&second, messages)), QList<bool>({ true, true }));
+        QTRY_COMPARE(received, messages);
+        QVERIFY(connectionGoneInside);
+        QVERIFY(!deliveredOn.contains(QEvent::SockAct));
+        // The channel still serves the next sender.
+        QCOMPARE(waitFor(sendAll(&second, { QStringLiteral("after") })), QList<bool>({ true }));
+        QTRY_COMPARE(received.size(), 3);
     }
 
     void oversizedMessageIsRefused()

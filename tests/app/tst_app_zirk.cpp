@@ -1,20 +1,29 @@
 #include "app/ZIRK.h"
 #include "packages/VPackage.h"
 #include "textures/CFileVTF.h"
+#include "textures/VTFMass.h"
 #include "textures/VVTF.h"
 
 #include "ZirkTest.h"
 
 #include <QCloseEvent>
 #include <QFileDialog>
+#include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTextEdit>
 #include <QTimer>
+#include <QToolButton>
+#include <QTreeWidget>
 #include <QtTest>
+#include <functional>
 #include <thread>
 
 namespace {
@@ -85,15 +94,49 @@ private Q_SLOTS:
         QCOMPARE(m_window->getOutputWindow()->windowTitle().left(6), QStringLiteral("Output"));
     }
 
+    // Every menu and entry has an access key, none twice in one menu, and no
+    // text changes beyond its ampersand.
+    static QString plain(const QAction *action)
+    {
+        QString text = action->text();
+        const qsizetype amp = text.indexOf(QLatin1Char('&'));
+        if (amp < 0 || amp + 1 >= text.size() || text.indexOf(QLatin1Char('&'), amp + 1) >= 0)
+            return QStringLiteral("<no single access key in \"%1\">").arg(text);
+        return text.remove(amp, 1);
+    }
+
+    static void checkAccessKeys(const QList<QAction *> &actions)
+    {
+        QSet<QChar> keys;
+        for (const QAction *action : actions) {
+            if (action->isSeparator())
+                continue;
+            const QKeySequence key = QKeySequence::mnemonic(action->text());
+            QVERIFY2(!key.isEmpty(), qPrintable(action->text()));
+            const QChar letter = action->text().at(action->text().indexOf('&') + 1).toLower();
+            QVERIFY2(!keys.contains(letter), qPrintable(action->text()));
+            keys.insert(letter);
+        }
+    }
+
     void menus()
     {
         QStringList titles;
         for (QAction *action : m_window->menuBar()->actions())
-            titles << action->text();
+            titles << plain(action);
         QCOMPARE(titles, QStringList({ "File", "Tools", "Help" }));
+        checkAccessKeys(m_window->menuBar()->actions());
+        for (QAction *menu : m_window->menuBar()->actions())
+            checkAccessKeys(menu->menu()->actions());
+        QCOMPARE(plain(m_window->menuBar()->actions().at(0)->menu()->actions().at(0)),
+                 QStringLiteral("Exit"));
+        QStringList help;
+        for (QAction *action : m_window->menuBar()->actions().at(2)->menu()->actions())
+            help << plain(action);
+        QCOMPARE(help, QStringList({ "About Qt", "About ZIRK" }));
         QStringList tools;
         for (QAction *action : m_window->menuBar()->actions().at(1)->menu()->actions())
-            tools << (action->isSeparator() ? QStringLiteral("-") : action->text());
+            tools << (action->isSeparator() ? QStringLiteral("-") : plain(action));
         QCOMPARE(
             tools,
             QStringList({ "Package Viewer", "-", "Particle Editor", "VBSP Editor", "VMT Editor",
@@ -233,6 +276,190 @@ private Q_SLOTS:
         editor->setWindowModified(false);
         windows.last()->close();
         QTRY_COMPARE(m_window->getWorkspace()->subWindowList().size(), before);
+    }
+
+    // A new tool window shows whole inside the workspace, however small the
+    // workspace: the batch editor's button and the texture editor's last tab
+    // within reach.
+    void newWindowsFitTheWorkspace()
+    {
+        // The workspace of the fixed 1024 by 576 main window.
+        const bool wasMaximized = m_window->isMaximized();
+        m_window->showNormal();
+        m_window->setGeometry(ZIRK::fixedGeometry());
+        QTRY_COMPARE(m_window->size(), ZIRK::fixedGeometry().size());
+        QMdiArea *area = m_window->getWorkspace();
+        const QRect inside = area->viewport()->rect();
+        m_window->showVTFMass();
+        QMdiSubWindow *mass = area->subWindowList(QMdiArea::CreationOrder).last();
+        auto *massWidget = qobject_cast<VTFMass *>(mass->widget());
+        QVERIFY(massWidget);
+        QVERIFY2(inside.contains(mass->geometry()),
+                 qPrintable(QStringLiteral("%1 %2").arg(QVariant(mass->geometry()).toString(),
+                                                        QVariant(inside).toString())));
+        QVERIFY(mass->width() >= qMin(mass->sizeHint().width(), inside.width()));
+        QVERIFY(mass->height() >= qMin(mass->sizeHint().height(), inside.height()));
+        const QRect apply(massWidget->controlButton->mapTo(area->viewport(), QPoint()),
+                          massWidget->controlButton->size());
+        QVERIFY(inside.contains(apply));
+
+        m_window->showVVTF();
+        QMdiSubWindow *texture = area->subWindowList(QMdiArea::CreationOrder).last();
+        auto *editor = qobject_cast<VVTF *>(texture->widget());
+        QVERIFY(editor);
+        QVERIFY(inside.contains(texture->geometry()));
+        QTabBar *bar = editor->tabs->tabBar();
+        QVERIFY(bar->rect().contains(bar->tabRect(bar->count() - 1)));
+        // Nor does a restore after maximizing push them out again.
+        for (const QMdiSubWindow *window : { mass, texture }) {
+            QVERIFY(window->minimumSizeHint().width() <= inside.width());
+            QVERIFY(window->minimumSizeHint().height() <= inside.height());
+        }
+        texture->close();
+        mass->close();
+        if (wasMaximized)
+            m_window->showMaximized();
+    }
+
+    // A maximized tool window has no title bar: the menu bar offers restore and close.
+    void maximizedWindowKeepsItsControls()
+    {
+        QMdiArea *area = m_window->getWorkspace();
+        m_window->showVTFMass();
+        QPointer<QMdiSubWindow> window = area->subWindowList(QMdiArea::CreationOrder).last();
+        const QRect normal = window->geometry();
+        auto *controls = m_window->menuBar()->cornerWidget(Qt::TopRightCorner);
+        QVERIFY(controls);
+        auto *restore = controls->findChild<QToolButton *>(QStringLiteral("restoreSubWindow"));
+        auto *close = controls->findChild<QToolButton *>(QStringLiteral("closeSubWindow"));
+        QVERIFY(restore && close);
+        QVERIFY(!controls->isVisible());
+
+        window->showMaximized();
+        QTRY_VERIFY(controls->isVisible());
+        QTest::mouseClick(restore, Qt::LeftButton);
+        QVERIFY(!window->isMaximized());
+        QVERIFY(!controls->isVisible());
+        QCOMPARE(window->geometry(), normal);
+
+        window->showMaximized();
+        QTRY_VERIFY(controls->isVisible());
+        QTest::mouseClick(close, Qt::LeftButton);
+        QTRY_VERIFY(!window);
+        QTRY_VERIFY(!controls->isVisible());
+    }
+
+    // The standard keys reach the menu entries of the tool window that has the
+    // focus, and only that one.
+    void toolWindowShortcuts()
+    {
+        QMdiArea *area = m_window->getWorkspace();
+        m_window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_window));
+        m_window->showVVTF(new CFileVTF(4, 4), QStringLiteral("first"));
+        QPointer<QMdiSubWindow> first = area->subWindowList(QMdiArea::CreationOrder).last();
+        m_window->showVVTF(new CFileVTF(4, 4), QStringLiteral("second"));
+        QPointer<QMdiSubWindow> second = area->subWindowList(QMdiArea::CreationOrder).last();
+        const QString output = outputText();
+
+        auto focusIn = [area](QMdiSubWindow *window) {
+            area->setActiveSubWindow(window);
+            auto *editor = qobject_cast<VVTF *>(window->widget());
+            editor->layoutTree->setFocus();
+            return editor;
+        };
+        VVTF *editor = focusIn(second);
+        QCOMPARE(editor->actionSaveAs->shortcut(), QKeySequence(QKeySequence::SaveAs));
+        QTRY_VERIFY(editor->layoutTree->hasFocus());
+        QTest::keyClick(editor->layoutTree, Qt::Key_W, Qt::ControlModifier);
+        QTRY_VERIFY(!second);
+        QVERIFY(first);
+
+        // A texture without a path asks where to save it.
+        editor = focusIn(first);
+        QTRY_VERIFY(editor->layoutTree->hasFocus());
+        QString title;
+        runDialog([editor] { QTest::keyClick(editor->layoutTree, Qt::Key_S, Qt::ControlModifier); },
+                  [&title](QFileDialog *dialog) {
+                      title = dialog->windowTitle();
+                      dialog->reject();
+                  });
+        QCOMPARE(title, QStringLiteral("Save As"));
+        QVERIFY(!outputText().mid(output.size()).contains(QStringLiteral("mbiguous")));
+        first->close();
+        QTRY_VERIFY(!first);
+    }
+
+    // Every tool window with a menu closes on the standard key, frame and all.
+    void closeKeyClosesEachToolWindow_data()
+    {
+        QTest::addColumn<int>("tool");
+        QTest::newRow("VTF Editor") << 0;
+        QTest::newRow("VMT Editor") << 1;
+        QTest::newRow("VBSP Editor") << 2;
+        QTest::newRow("Entity Lump Editor") << 3;
+        QTest::newRow("FGD Editor") << 4;
+    }
+
+    void closeKeyClosesEachToolWindow()
+    {
+        QFETCH(int, tool);
+        QMdiArea *area = m_window->getWorkspace();
+        m_window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_window));
+        const int before = area->subWindowList().size();
+        const std::function<void()> open[] = {
+            [this] { m_window->showVVTF(); },  [this] { m_window->showVVMT(); },
+            [this] { m_window->showVVBSP(); }, [this] { m_window->showVEntity(); },
+            [this] { m_window->showVFGD(); },
+        };
+        open[tool]();
+        QCOMPARE(area->subWindowList().size(), before + 1);
+        QPointer<QMdiSubWindow> frame = area->subWindowList(QMdiArea::CreationOrder).last();
+        area->setActiveSubWindow(frame);
+        // The focus in the first control of the tool window that takes it, or on its
+        // frame when all are off, as in an editor without a file.
+        QWidget *target = frame;
+        for (QWidget *child : frame->widget()->findChildren<QWidget *>()) {
+            if ((child->focusPolicy() & Qt::TabFocus) && child->isEnabled() && child->isVisible()) {
+                target = child;
+                break;
+            }
+        }
+        target->setFocus();
+        QTRY_COMPARE(QApplication::focusWidget(), target);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_W, Qt::ControlModifier);
+        QTRY_VERIFY(!frame);
+        QCOMPARE(area->subWindowList().size(), before);
+    }
+
+    void aboutBoxKeepsTheLicenceOnOneLine()
+    {
+        bool shownWhole = false;
+        QTimer::singleShot(0, [&shownWhole] {
+            QTRY_VERIFY(qobject_cast<QMessageBox *>(QApplication::activeModalWidget()));
+            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            QCOMPARE(box->windowTitle(), QStringLiteral("About ZIRK"));
+            QCOMPARE(box->informativeText(),
+                     QStringLiteral("Version: 0.45a\nLicence: Qt GNU LGPL v. 2.1"));
+            for (QLabel *label : box->findChildren<QLabel *>()) {
+                // The longer line fits the label's width: nothing of it wraps.
+                if (label->text() == box->informativeText())
+                    shownWhole
+                        = label->contentsRect().width() >= label->fontMetrics().horizontalAdvance(
+                              QStringLiteral("Licence: Qt GNU LGPL v. 2.1"));
+            }
+            box->accept();
+        });
+        m_window->aboutZIRK();
+        QVERIFY(shownWhole);
+    }
+
+    void outputUsesAFixedWidthFont()
+    {
+        const QFont font = m_window->getOutputText()->font();
+        QCOMPARE(font.pointSize(), 8);
+        QVERIFY(QFontInfo(font).fixedPitch());
     }
 
     void recentFiles()

@@ -4,6 +4,7 @@
 #include "app/ProgramSettings_t.h"
 #include "app/ZIRK.h"
 #include "packages/CDelegateVPK.h"
+#include "packages/QDelayedMimeData.h"
 #include "packages/VPackage.h"
 #include "packages/VPackagePropertiesDialog.h"
 #include "packages/VPackageTableWidget.h"
@@ -16,16 +17,19 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QContextMenuEvent>
+#include <QDirIterator>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTextEdit>
 #include <QTimer>
 #include <QTreeWidget>
 
 #include <functional>
+#include <memory>
 
 using fixtures::CacheBuilder;
 using fixtures::VpkBuilder;
@@ -100,6 +104,39 @@ class tst_packages_viewer : public QObject
             static_cast<QDialog *>(dialog)->done(QDialog::Accepted);
         });
         start();
+    }
+
+    // Runs `action` and answers the warning box it raises; gives the box's text.
+    static QString answerWarning(const std::function<void()> &action)
+    {
+        QString text;
+        QTimer guard;
+        connect(&guard, &QTimer::timeout, [&text] {
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                if (box->windowTitle() == QLatin1String("Package Viewer"))
+                    text = box->text();
+                box->close();
+            }
+        });
+        guard.start(20);
+        action();
+        (void)QTest::qWaitFor([&text] { return !text.isEmpty(); }, 1000);
+        return text;
+    }
+
+    // Files below root, relative to it, sorted; with a prefix, only below the
+    // folders whose names begin with it.
+    static QStringList filesBelow(const QString &root, const QString &prefix)
+    {
+        QStringList files;
+        QDirIterator it(root, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString file = QDir(root).relativeFilePath(it.next());
+            if (file.startsWith(prefix))
+                files << file;
+        }
+        files.sort();
+        return files;
     }
 
     static QByteArray readFile(const QString &path)
@@ -339,8 +376,98 @@ private slots:
 
         // Textures are read in memory; one that does not parse opens nothing.
         click(viewer.getTreeWidget(), findItem(viewer, QStringLiteral("materials/brick")));
-        doubleClick(table, 1);
+        const QString warning = answerWarning([&table] { doubleClick(table, 1); });
+        QVERIFY(!warning.isEmpty());
         QVERIFY(!QFile::exists(QDir::tempPath() + QStringLiteral("/wall.vtf")));
+    }
+
+    // Enter does what a double click does, on folders and on files.
+    void enterOpensTheCurrentRow()
+    {
+        ProgramSettings_t::get()->linuxCommandRun = QStringLiteral("true *");
+        VPackage viewer(vpkPath);
+        viewer.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
+        VPackageTableWidget *table = viewer.getTableWidget();
+        table->setFocus();
+        table->setCurrentCell(0, 0);
+        QTest::keyClick(table, Qt::Key_Return);
+        QCOMPARE(viewer.getCurrentItem(), findItem(viewer, QStringLiteral("materials")));
+        QCOMPARE(tableNames(viewer), QStringList({ "brick", "metal" }));
+        // And on into the first folder of that one.
+        QTest::keyClick(table, Qt::Key_Return);
+        QCOMPARE(viewer.getCurrentItem(), findItem(viewer, QStringLiteral("materials/brick")));
+
+        click(viewer.getTreeWidget(), findItem(viewer, QStringLiteral("sound")));
+        const QString expected = QDir::tempPath() + QStringLiteral("/zirk_viewer_test_a.wav");
+        QFile::remove(expected);
+        table->setCurrentCell(0, 1);
+        QTest::keyClick(table, Qt::Key_Enter, Qt::KeypadModifier);
+        QCOMPARE(readFile(expected), QByteArray("RIFF....WAVE"));
+        QFile::remove(expected);
+    }
+
+    void toolBarKeys()
+    {
+        VPackage viewer(vpkPath);
+        viewer.show();
+        viewer.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&viewer));
+        QTreeWidgetItem *materials = findItem(viewer, QStringLiteral("materials"));
+        click(viewer.getTreeWidget(), materials);
+        VPackageTableWidget *table = viewer.getTableWidget();
+        table->setFocus();
+        QTRY_VERIFY(table->hasFocus());
+        QTest::keyClick(table, Qt::Key_Left, Qt::AltModifier);
+        QCOMPARE(viewer.getCurrentItem(), viewer.getTreeWidget()->topLevelItem(0));
+        QTest::keyClick(table, Qt::Key_Right, Qt::AltModifier);
+        QCOMPARE(viewer.getCurrentItem(), materials);
+        bool searched = false;
+        QTimer::singleShot(0, [&viewer, &searched] {
+            if (QTest::qWaitFor([&viewer] { return viewer.getSearchDialog()->isVisible(); },
+                                2000)) {
+                searched = true;
+                viewer.getSearchDialog()->reject();
+            }
+        });
+        QTest::keyClick(table, Qt::Key_F, Qt::ControlModifier);
+        QTRY_VERIFY(searched);
+    }
+
+    // A file that cannot be opened says why in a box over the viewer, and the
+    // Output gets the same line, bare.
+    void unopenableEntriesSayWhy_data()
+    {
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<bool>("archivePresent");
+        QTest::newRow("texture that does not parse") << "wall.vtf" << true;
+        QTest::newRow("texture whose archive is missing") << "wall.vtf" << false;
+    }
+
+    void unopenableEntriesSayWhy()
+    {
+        QFETCH(QString, entry);
+        QFETCH(bool, archivePresent);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("pak01_dir.vpk"));
+        QVERIFY(QFile::copy(vpkPath, path));
+        if (archivePresent)
+            QVERIFY(QFile::copy(temp.filePath(QStringLiteral("pak01_001.vpk")),
+                                dir.filePath(QStringLiteral("pak01_001.vpk"))));
+        VPackage viewer(path);
+        viewer.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
+        click(viewer.getTreeWidget(), findItem(viewer, QStringLiteral("materials/brick")));
+        const int row = tableNames(viewer).indexOf(entry);
+        QVERIFY(row >= 0);
+        const QString warning
+            = answerWarning([&viewer, row] { doubleClick(viewer.getTableWidget(), row); });
+        QVERIFY(warning.contains(QStringLiteral("Error: ")));
+        if (!archivePresent)
+            QCOMPARE(warning, viewer.getDelegate()->getLastError());
+        const QString output = ZIRK::get()->getOutputText()->toPlainText();
+        QVERIFY2(output.split(QLatin1Char('\n')).contains(QStringLiteral("Warning: ") + warning),
+                 qPrintable(output));
     }
 
     void extractingADirectoryRecreatesItsDirectories()
@@ -416,6 +543,91 @@ private slots:
         QVERIFY(!QFile::exists(outer.filePath(QStringLiteral("escape.txt"))));
         QVERIFY(!QFile::exists(outer.filePath(QStringLiteral("inner/escape.txt"))));
         QVERIFY(!QFile::exists(outer.filePath(QStringLiteral("inner/deeper/escape.txt"))));
+    }
+
+    // Dragging rows out: the data names the file list only, and the entries are
+    // written when the drop target asks for it, a folder with all below it.
+    void dragDataExtractsOnRequest_data()
+    {
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<QString>("row");
+        QTest::addColumn<QStringList>("written");
+        QTest::newRow("a folder") << QString() << "materials"
+                                  << QStringList({ "materials/brick/wall.vmt",
+                                                   "materials/brick/wall.vtf",
+                                                   "materials/metal/plate.vmt" });
+        QTest::newRow("a file") << "docs"
+                                << "readme.txt" << QStringList({ "readme.txt" });
+    }
+
+    void dragDataExtractsOnRequest()
+    {
+        QFETCH(QString, folder);
+        QFETCH(QString, row);
+        QFETCH(QStringList, written);
+        VPackage viewer(vpkPath);
+        QVERIFY(viewer.getTableWidget()->dragEnabled());
+        if (!folder.isEmpty())
+            click(viewer.getTreeWidget(), findItem(viewer, folder));
+        auto *item = static_cast<VPackageTreeWidgetItem *>(
+            findItem(viewer, folder.isEmpty() ? row : folder + QLatin1Char('/') + row));
+        QVERIFY(item);
+
+        const QStringList before = filesBelow(QDir::tempPath(), QStringLiteral("zirk-drag-"));
+        std::unique_ptr<QDelayedMimeData> data(viewer.createDragData({ item }));
+        QVERIFY(data->formats().contains(QStringLiteral("text/uri-list")));
+        QVERIFY(data->hasUrls());
+        // Announcing the data writes nothing.
+        QCOMPARE(filesBelow(QDir::tempPath(), QStringLiteral("zirk-drag-")), before);
+
+        const QList<QUrl> urls = data->urls();
+        QCOMPARE(urls.size(), 1);
+        QVERIFY(urls.first().isLocalFile());
+        const QFileInfo dropped(urls.first().toLocalFile());
+        QCOMPARE(dropped.fileName(), row);
+        QCOMPARE(dropped.isDir(), folder.isEmpty());
+        const QString base = dropped.absolutePath();
+        QStringList files;
+        for (const QString &file : filesBelow(base, QString()))
+            files << file;
+        QCOMPARE(files, written);
+        if (folder.isEmpty())
+            QCOMPARE(readFile(base + QStringLiteral("/materials/metal/plate.vmt")),
+                     QByteArray("plate material"));
+        else
+            QCOMPARE(readFile(dropped.filePath()), QByteArray("read me"));
+
+        // Asked again, the target gets the same list without a second extraction.
+        QCOMPARE(data->urls(), urls);
+        QCOMPARE(data->formats().count(QStringLiteral("text/uri-list")), 1);
+    }
+
+    void draggingHostileNamesWritesNothingOutside()
+    {
+        CacheBuilder b;
+        const int root = b.addDirectory(QString(), -1);
+        b.addFile(QStringLiteral(".."), root, "dots", { 0 });
+        b.addFile(QStringLiteral("a/../../escape.txt"), root, "escape", { 1 });
+        b.addFile(QStringLiteral("fine.txt"), root, "fine", { 2 });
+        const QString path = temp.filePath(QStringLiteral("hostile_drag.gcf"));
+        QVERIFY(fixtures::writeFile(path, b.buildGcf()));
+        VPackage viewer(path);
+        QVERIFY(viewer.getDelegate());
+        QTreeWidgetItem *top = viewer.getTreeWidget()->topLevelItem(0);
+        QList<VPackageTreeWidgetItem *> items;
+        for (int i = 0; i < top->childCount(); ++i)
+            items << static_cast<VPackageTreeWidgetItem *>(top->child(i));
+        // The root itself is not a thing to drop.
+        items << static_cast<VPackageTreeWidgetItem *>(top);
+        std::unique_ptr<QDelayedMimeData> data(viewer.createDragData(items));
+        const QList<QUrl> urls = data->urls();
+        QCOMPARE(urls.size(), 1);
+        QCOMPARE(QFileInfo(urls.first().toLocalFile()).fileName(), QStringLiteral("fine.txt"));
+        const QString dropFolder = QFileInfo(urls.first().toLocalFile()).absolutePath();
+        QCOMPARE(filesBelow(dropFolder, QString()), QStringList({ "fine.txt" }));
+        QCOMPARE(filesBelow(QFileInfo(dropFolder).absolutePath(), QString()),
+                 QStringList({ QFileInfo(dropFolder).fileName() + QStringLiteral("/fine.txt") }));
+        QVERIFY(!QFile::exists(QDir::tempPath() + QStringLiteral("/escape.txt")));
     }
 
     void cachePropertiesShowFragmentationAndFlags()

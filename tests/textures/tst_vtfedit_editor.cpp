@@ -11,6 +11,7 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QDirIterator>
+#include <QDockWidget>
 #include <QFileDialog>
 #include <QGroupBox>
 #include <QInputDialog>
@@ -20,11 +21,13 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QSlider>
 #include <QSpinBox>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTreeWidget>
+#include <QWheelEvent>
 
 #include <memory>
 
@@ -227,6 +230,46 @@ private slots:
         QVERIFY(!window.isWindowModified());
     }
 
+    // Space on the list toggles the flag under the cursor; locked flags are greyed out,
+    // carry a lock and are passed over.
+    void flagsByKeyboard()
+    {
+        CFileVTF *vtf = makeTexture(16, 16);
+        VVTF window(vtf, QString());
+        showWindow(window);
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        window.tabs->setCurrentIndex(FlagsTab);
+        window.flagList->setFocus();
+        window.flagList->setCurrentRow(2);
+        QTest::keyClick(window.flagList, Qt::Key_Space);
+        QVERIFY(vtf->hasFlag(VTF::FlagClampS));
+        QVERIFY(window.isWindowModified());
+        QTest::keyClick(window.flagList, Qt::Key_Down);
+        QTest::keyClick(window.flagList, Qt::Key_Space);
+        QVERIFY(vtf->hasFlag(VTF::FlagClampT));
+        QTest::keyClick(window.flagList, Qt::Key_Up);
+        QTest::keyClick(window.flagList, Qt::Key_Space);
+        QVERIFY(!vtf->hasFlag(VTF::FlagClampS));
+
+        auto isLocked = [&window](int row) {
+            const QListWidgetItem *item = window.flagList->item(row);
+            return !(item->flags() & Qt::ItemIsEnabled) && !item->icon().isNull();
+        };
+        QVERIFY(isLocked(12));
+        QVERIFY(isLocked(13));
+        QVERIFY(isLocked(14));
+        QVERIFY(!isLocked(7));
+        QVERIFY(window.vtfSetFacesShared(6));
+        QVERIFY(isLocked(7));
+        // The keyboard cannot reach around the lock either.
+        window.flagList->setCurrentRow(7);
+        QTest::keyClick(window.flagList, Qt::Key_Space);
+        QVERIFY(!vtf->hasFlag(VTF::FlagNormalMap));
+        QVERIFY(window.vtfSetFacesShared(1));
+        QVERIFY(!isLocked(7));
+    }
+
     void ordinaryFlagToggles()
     {
         VVTF window(makeTexture(16, 16), QString());
@@ -336,6 +379,75 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(window.getCurFrame(), 2, 2000);
         QTRY_COMPARE_WITH_TIMEOUT(window.getCurFrame(), 0, 2000);
         window.actionAnimation->trigger();
+    }
+
+    // The view controls' width does not follow the digits of the running frame.
+    void dockKeepsItsWidthWhileFramesRun()
+    {
+        VVTF window(makeTexture(8, 8, 120), QString());
+        showWindow(window);
+        QTest::qWait(50);
+        const int width = window.viewDock->width();
+        for (int step = 0; step < 101; ++step) {
+            window.vtfAnimationTimeout();
+            QCoreApplication::processEvents();
+            QCOMPARE(window.viewDock->width(), width);
+        }
+        QCOMPARE(window.levelLabels[1]->text(), QStringLiteral("101/119"));
+    }
+
+    // A small texture is readable only enlarged: keys, the wheel, fit and actual size.
+    void imageZooms()
+    {
+        VVTF window(makeTexture(32, 16, 1, qRgba(10, 200, 30, 255)), QString());
+        showWindow(window);
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        window.tabs->setCurrentIndex(1);
+        QWidget *viewport = window.imageScroll->viewport();
+        viewport->setFocus();
+        auto label = window.findChild<QLabel *>(QStringLiteral("zoomLabel"));
+        QVERIFY(label);
+
+        QTest::keySequence(&window, QKeySequence(QKeySequence::ZoomIn));
+        QCOMPARE(window.imageLabel->size(), QSize(64, 32));
+        QCOMPARE(label->text(), QStringLiteral("200%"));
+        QTest::keyClick(viewport, Qt::Key_Equal, Qt::ControlModifier);
+        QCOMPARE(window.imageLabel->size(), QSize(96, 48));
+        // Enlarged texels are whole squares of the texel's colour.
+        QCOMPARE(window.imageLabel->pixmap().toImage().pixel(2, 2),
+                 window.imageLabel->pixmap().toImage().pixel(0, 0));
+
+        const QPointF at(viewport->rect().center());
+        QWheelEvent up(at, viewport->mapToGlobal(at), QPoint(), QPoint(0, 120), Qt::NoButton,
+                       Qt::ControlModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(viewport, &up);
+        QCOMPARE(window.imageLabel->size(), QSize(128, 64));
+        QWheelEvent down(at, viewport->mapToGlobal(at), QPoint(), QPoint(0, -120), Qt::NoButton,
+                         Qt::ControlModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(viewport, &down);
+        QCoreApplication::sendEvent(viewport, &down);
+        QCOMPARE(window.imageLabel->size(), QSize(64, 32));
+        QTest::keySequence(&window, QKeySequence(QKeySequence::ZoomOut));
+        QTest::keySequence(&window, QKeySequence(QKeySequence::ZoomOut));
+        QCOMPARE(window.imageLabel->size(), QSize(16, 8));
+
+        window.actionZoomFit->trigger();
+        const QSize room = viewport->size();
+        QVERIFY(window.imageLabel->width() <= room.width());
+        QVERIFY(window.imageLabel->height() <= room.height());
+        QVERIFY(window.imageLabel->width() >= room.width() - 2
+                || window.imageLabel->height() >= room.height() - 2);
+        QTest::keyClick(viewport, Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(window.imageLabel->size(), QSize(32, 16));
+
+        // The zoom holds for the next image, tiles included.
+        QTest::keySequence(&window, QKeySequence(QKeySequence::ZoomIn));
+        window.actionTile->trigger();
+        QCOMPARE(window.imageArea->size(), QSize(128, 64));
+        QVERIFY(window.updateCurrentImage(0, 0, 0, 0));
+        window.updateActiveImage();
+        QCOMPARE(window.imageLabel->size(), QSize(2, 2));
     }
 
     void channelMaskAndTile()

@@ -1,0 +1,21 @@
+list(APPEND ZIRK_CORE_SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/CEntity.h
+    ${CMAKE_CURRENT_LIST_DIR}/CEntity.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CEntityLump.h
+    ${CMAKE_CURRENT_LIST_DIR}/CEntityLump.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CEntityLumpFile.h
+    ${CMAKE_CURRENT_LIST_DIR}/CEntityLumpFile.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CLumpFileHeader.h
+    ${CMAKE_CURRENT_LIST_DIR}/CLumpFileHeader.cpp
+)
+list(APPEND ZIRK_GUI_SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/VEntityListWidgetItem.h
+    ${CMAKE_CURRENT_LIST_DIR}/VEntityListWidgetItem.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/VEntityFindDialog.h
+    ${CMAKE_CURRENT_LIST_DIR}/VEntityFindDialog.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/VENTITY.h
+    ${CMAKE_CURRENT_LIST_DIR}/VENTITY.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/VENTITYFile.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/VENTITYFilter.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/VENTITYEdit.cpp
+)

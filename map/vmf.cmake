@@ -1,0 +1,7 @@
+list(APPEND ZIRK_CORE_SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/CLineTokenizer.h
+    ${CMAKE_CURRENT_LIST_DIR}/CLineTokenizer.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CFileVMF.h
+    ${CMAKE_CURRENT_LIST_DIR}/CFileVMF.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CFileVMFWriter.cpp
+)
