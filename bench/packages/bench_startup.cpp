@@ -39,9 +39,11 @@ const std::string &packagePath()
     return path;
 }
 
-std::string besideThisProgram(const char *name)
+// The two programs are built into bench-helpers beside this one's folder.
+std::string helper(const char *name)
 {
-    return (QCoreApplication::applicationDirPath() + QLatin1Char('/') + QLatin1String(name))
+    return (QCoreApplication::applicationDirPath() + QStringLiteral("/../bench-helpers/")
+            + QLatin1String(name))
         .toStdString();
 }
 
@@ -65,9 +67,9 @@ bool runOnce(const std::string &program)
 // weighs on both alike.
 void BM_StartPackageProbeBesideQtCoreReader(benchmark::State &state)
 {
-    const std::string baseline = besideThisProgram("zirk_startup_baseline");
+    const std::string baseline = helper("zirk_startup_baseline");
     const char *other = std::getenv("ZIRK_STARTUP_PROBE");
-    const std::string probe = other ? std::string(other) : besideThisProgram("zirk_startup_probe");
+    const std::string probe = other ? std::string(other) : helper("zirk_startup_probe");
     const int starts = 100;
     double baselineSeconds = 0, probeSeconds = 0;
     for (auto _ : state) {
