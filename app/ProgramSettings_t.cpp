@@ -1,5 +1,7 @@
 #include "app/ProgramSettings_t.h"
 
+#include "particles/PCFDelegate.h"
+
 #include <QFile>
 #include <QTextStream>
 
@@ -156,6 +158,7 @@ ProgramSettings_t::~ProgramSettings_t()
            detailOrientations, spriteShapeNames,   spriteShapeValues })
         delete list;
     delete vmtTextureKeyFiles;
+    qDeleteAll(*particleTemplates);
     delete particleTemplates;
 }
 
@@ -203,8 +206,27 @@ bool ProgramSettings_t::reload()
     }
     file.close();
 
-    // The particle templates are filled in by the particle tools once they exist.
+    loadParticleTemplates();
     return true;
+}
+
+void ProgramSettings_t::loadParticleTemplates()
+{
+    static const char *const paths[]
+        = { nullptr, ":/resources/data/particle_defaults_orangebox.pcf",
+            ":/resources/data/particle_defaults_l4d.pcf",
+            ":/resources/data/particle_defaults_l4d2.pcf" };
+    // A template that does not read leaves its slot null, unreported.
+    for (int version = CFilePCF::PCF_ORANGEBOX; version <= CFilePCF::PCF_L4D2; ++version) {
+        delete particleTemplates->at(version);
+        auto *file = new CFilePCF;
+        PCFDelegate delegate;
+        if (!delegate.readFile(QString::fromLatin1(paths[version]), file)) {
+            delete file;
+            file = nullptr;
+        }
+        (*particleTemplates)[version] = file;
+    }
 }
 
 void ProgramSettings_t::readSection(QTextStream &stream, Section section, const QString &closingTag)

@@ -76,6 +76,7 @@ public:
 
 private:
     void clearLists();
+    void loadParticleTemplates();
     void readSection(QTextStream &stream, Section section, const QString &closingTag);
     void readEntry(QTextStream &stream, Section section, const QString &line);
     bool readNestedTag(QTextStream &stream, Section parent, const QString &line);

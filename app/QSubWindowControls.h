@@ -29,7 +29,9 @@ private:
     void refresh();
 
     QMdiArea *m_area;
-    QPointer<QMdiSubWindow> m_window;
+    // Held as a widget: the filter still sees the window's last events while it is being
+    // destroyed, when it is no longer a QMdiSubWindow.
+    QPointer<QWidget> m_window;
     QToolButton *m_restore;
     QToolButton *m_close;
 };

@@ -11,6 +11,7 @@
 #include "materials/VVMT.h"
 #include "packages/CDelegateBSP.h"
 #include "packages/VPackage.h"
+#include "particles/VParticle.h"
 #include "textures/CFileVTF.h"
 #include "textures/VTFMass.h"
 #include "textures/VVTF.h"
@@ -19,6 +20,8 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
+
+#include <memory>
 
 ZIRK::Route ZIRK::routeForPath(const QString &path)
 {
@@ -105,17 +108,21 @@ void ZIRK::showVMass()
 
 void ZIRK::showVParticle()
 {
-    logUnavailable("Particle Editor");
+    showSubwindowShared(new VParticle());
 }
 
-void ZIRK::showVParticle(const QString &)
+void ZIRK::showVParticle(const QString &path)
 {
-    logUnavailable("Particle Editor");
+    // A file that does not read says why and opens no window.
+    auto editor = std::make_unique<VParticle>();
+    if (editor->particleOpen(path))
+        showSubwindowShared(editor.release());
 }
 
-void ZIRK::showVParticle(CFilePCF *)
+void ZIRK::showVParticle(CFilePCF *file)
 {
-    logUnavailable("Particle Editor");
+    // The editor takes the file over.
+    showSubwindowShared(new VParticle(file));
 }
 
 void ZIRK::showVVBSP()

@@ -1,6 +1,7 @@
 # The resource file ZIRK.qrc is put together at configure time: every Silk icon
 # from the famfamfam-silk package, the icons we draw ourselves (painted at build
-# time by zirk_iconpainter), and the data files under resources/data. Every
+# time by zirk_iconpainter), the data files under resources/data and those that the
+# subsystem lists make at build time (ZIRK_GENERATED_DATA). Every
 # icon is reachable both as "name.png" and as "name".
 
 set(ZIRK_SILK_DIR "/usr/share/icons/silk/16x16" CACHE PATH "Folder of the Silk icon set")
@@ -53,6 +54,10 @@ foreach(file IN LISTS ZIRK_DATA_FILES)
     if(NOT name MATCHES "^\\.")
         string(APPEND ZIRK_QRC_ENTRIES "  <file alias=\"resources/data/${name}\">${file}</file>\n")
     endif()
+endforeach()
+foreach(file IN LISTS ZIRK_GENERATED_DATA)
+    get_filename_component(name ${file} NAME)
+    string(APPEND ZIRK_QRC_ENTRIES "  <file alias=\"resources/data/${name}\">${file}</file>\n")
 endforeach()
 file(CONFIGURE OUTPUT ${ZIRK_GEN_DIR}/ZIRK.qrc
      CONTENT "<!DOCTYPE RCC><RCC version=\"1.0\">\n<qresource prefix=\"/\">\n${ZIRK_QRC_ENTRIES}</qresource>\n</RCC>\n")

@@ -1,0 +1,24 @@
+list(APPEND ZIRK_CORE_SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/CDmxAttribute.h
+    ${CMAKE_CURRENT_LIST_DIR}/CDmxAttribute.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CDmxAttributeText.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CDmxElement.h
+    ${CMAKE_CURRENT_LIST_DIR}/CDmxElement.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CFilePCF.h
+    ${CMAKE_CURRENT_LIST_DIR}/CFilePCF.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/DMXDelegate.h
+    ${CMAKE_CURRENT_LIST_DIR}/DMXDelegate.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/DMXDelegateGuids.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/DmxNames.h
+    ${CMAKE_CURRENT_LIST_DIR}/DmxPool.h
+    ${CMAKE_CURRENT_LIST_DIR}/DmxTicks.h
+    ${CMAKE_CURRENT_LIST_DIR}/DmxValueReader.h
+    ${CMAKE_CURRENT_LIST_DIR}/DmxWalk.h
+    ${CMAKE_CURRENT_LIST_DIR}/PCFDelegate.h
+    ${CMAKE_CURRENT_LIST_DIR}/PCFDelegateRead.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/PCFDelegateWrite.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/PCFDelegateFormat.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/PCFBatch.h
+    ${CMAKE_CURRENT_LIST_DIR}/PCFBatch.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/PCFBatchManifest.cpp
+)
