@@ -11,7 +11,7 @@ add_executable(zirk_startup_baseline ${CMAKE_CURRENT_LIST_DIR}/startup_baseline.
 target_link_libraries(zirk_startup_baseline PRIVATE Qt6::Core)
 # Beside bench/, not in it: tools/bench.sh runs whatever lies there.
 set_target_properties(zirk_startup_probe zirk_startup_baseline PROPERTIES
-                      RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bench-helpers)
+                      RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bench-helpers)
 zirk_add_bench(bench_packages_startup SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/bench_startup.cpp
     ${CMAKE_CURRENT_LIST_DIR}/LargeVpk.h)
