@@ -1,9 +1,11 @@
 #include "packages/CDelegateVPK.h"
 
+#include "packages/CChildNameIndex.h"
 #include "packages/CPackageHierarchyNode.h"
 #include "packages/FlushSyncronizer.h"
 
 #include <QFile>
+#include <QHash>
 
 namespace {
 const qint64 copyChunk = 64 * 1024;
@@ -105,7 +107,9 @@ bool CDelegateVPK::getPackageFileByIndex(QIODevice *device, unsigned int index) 
         lastError = QStringLiteral("Request Error: File index out of bounds");
         return false;
     }
-    if (!entry->preload.isEmpty() && device->write(entry->preload) != entry->preload.size()) {
+    if (entry->preloadBytes
+        && device->write(directory.entryPreload(index), entry->preloadBytes)
+            != entry->preloadBytes) {
         lastError = QStringLiteral("Stream Error: Incomplete write");
         return false;
     }
@@ -176,37 +180,142 @@ bool CDelegateVPK::generateInternalDirectoryStructure()
     nodes.clear();
     nodes.resize(directory.entries.size(), nullptr);
 
-    // Records come grouped by directory, so the directory node of the last
-    // record is nearly always the one wanted next.
-    CPackageHierarchyNode *directoryNode = root;
-    const QString *lastPath = nullptr;
+    auto malformed = [this]() {
+        lastError = QStringLiteral("File Error: Malformed directory structure");
+        dropTree();
+        return false;
+    };
+    // Each directory is found once; its files then go straight in at its end,
+    // and the names are checked for repeats once the tree is whole.
+    TreeBuild_t build;
+    build.slotOfPath.assign(size_t(directory.paths.size()), -1);
+    QHash<CPackageHierarchyNode *, int> slotOfNode;
     for (int i = 0; i < directory.entries.size(); ++i) {
         const CVPKDirectory::Entry_t &entry = directory.entries[i];
         CPackageHierarchyNode *leaf = nullptr;
-        const bool plainName
-            = !entry.name.contains(QLatin1Char('/')) && !entry.name.contains(QLatin1Char('\\'));
-        if (plainName) {
-            if (!lastPath || *lastPath != entry.path) {
-                const QStringList parts = splitPackagePath(entry.path);
-                directoryNode = parts.isEmpty() ? root : root->getNewNodeByPath(parts, false);
-                lastPath = &entry.path;
+        if (!entry.nameHasSeparator) {
+            int &slot = build.slotOfPath[entry.pathIndex];
+            if (slot < 0) {
+                const QStringList parts = splitPackagePath(directory.entryPath(i));
+                CPackageHierarchyNode *found
+                    = parts.isEmpty() ? root : root->getNewNodeByPath(parts, false);
+                if (!found)
+                    return malformed();
+                // Two spellings of a path ("a/b", "a\\b") lead to one directory.
+                slot = slotOfNode.value(found, int(build.directories.size()));
+                if (slot == int(build.directories.size())) {
+                    slotOfNode.insert(found, slot);
+                    build.directories.push_back(found);
+                    build.filesPerDirectory.push_back(0);
+                }
+                found->reserveChildren(directory.entriesPerPath().at(entry.pathIndex));
             }
-            if (directoryNode)
-                leaf = directoryNode->getNewNodeByPath(QStringList { entry.name }, true);
+            leaf = new CPackageHierarchyNode(directory.entryName(i), this, i);
+            build.directories[size_t(slot)]->appendNewLeafUnchecked(leaf);
+            ++build.filesPerDirectory[size_t(slot)];
         } else {
-            leaf = root->getNewNodeByPath(
-                splitPackagePath(entry.path + QLatin1Char('/') + entry.name), true);
-            lastPath = nullptr;
+            leaf = root->getNewNodeByPath(splitPackagePath(directory.entryPath(i) + QLatin1Char('/')
+                                                           + directory.entryName(i)),
+                                          true);
+            // A leaf that already has an entry is a second record of the same path.
+            if (!leaf || leaf->index != -1)
+                return malformed();
+            leaf->index = i;
+            leaf->delegate = this;
         }
-        // A leaf that already has an entry is a second record of the same path.
-        if (!leaf || leaf->index != -1) {
-            lastError = QStringLiteral("File Error: Malformed directory structure");
-            dropTree();
-            return false;
-        }
-        leaf->index = i;
-        leaf->delegate = this;
         nodes[i] = leaf;
+    }
+    for (size_t slot = 0; slot < build.directories.size(); ++slot)
+        build.directories[slot]->modifyNodeCounts(0, int(build.filesPerDirectory[slot]), true);
+    // Two files whose names differ in case alone, or a file named as a
+    // directory beside it, cannot both be.
+    if (!namesAreUnique(build))
+        return malformed();
+    // Lookups by name are rare once a package is open: the indexes of the
+    // widest directories would only hold memory.
+    for (CPackageHierarchyNode *node : build.directories)
+        node->releaseNameIndex();
+    directory.releaseNameHashes();
+    return true;
+}
+
+bool CDelegateVPK::isAppendedFile(const TreeBuild_t &build, const CHierarchyNode *child,
+                                  int slot) const
+{
+    const CPackageHierarchyNode *leaf = child->asPackageNode();
+    if (!leaf || leaf->index < 0 || leaf->index >= nodes.size() || nodes[leaf->index] != leaf)
+        return false;
+    const CVPKDirectory::Entry_t &entry = directory.entries[leaf->index];
+    return !entry.nameHasSeparator && build.slotOfPath[entry.pathIndex] == slot;
+}
+
+bool CDelegateVPK::namesAreUnique(const TreeBuild_t &build) const
+{
+    // The files of each directory, gathered in one array by a counting sort.
+    const size_t directoryCount = build.directories.size();
+    std::vector<int> first(directoryCount + 1, 0);
+    for (const CVPKDirectory::Entry_t &entry : directory.entries) {
+        if (!entry.nameHasSeparator)
+            ++first[size_t(build.slotOfPath[entry.pathIndex]) + 1];
+    }
+    for (size_t s = 0; s < directoryCount; ++s)
+        first[s + 1] += first[s];
+    std::vector<int> files(static_cast<size_t>(first[directoryCount]));
+    std::vector<int> fill(first.begin(), first.end() - 1);
+    for (int i = 0; i < directory.entries.size(); ++i) {
+        const CVPKDirectory::Entry_t &entry = directory.entries[i];
+        if (!entry.nameHasSeparator)
+            files[size_t(fill[size_t(build.slotOfPath[entry.pathIndex])]++)] = i;
+    }
+
+    // One small table, reused for every directory, so that it stays in cache;
+    // a slot counts as empty unless it carries the directory's stamp. A name
+    // is an entry's name (a value of 0 or more) or another child's (-1 - its
+    // position among the directory's children).
+    struct Slot_t
+    {
+        quint32 hash;
+        quint32 stamp;
+        int name;
+    };
+    std::vector<Slot_t> table;
+    for (size_t s = 0; s < directoryCount; ++s) {
+        const CPackageHierarchyNode *node = build.directories[s];
+        const qsizetype children = node->getChildCount();
+        size_t capacity = 16;
+        while (capacity < size_t(children) * 2)
+            capacity *= 2;
+        if (table.size() < capacity)
+            table.assign(capacity, Slot_t { 0, 0, 0 });
+        const quint32 stamp = quint32(s) + 1;
+        auto nameOf = [&](int name) {
+            return name >= 0 ? directory.entryNameView(name)
+                             : QStringView(node->getNodeByIndex(unsigned(-1 - name))->getName());
+        };
+        auto add = [&](int name) {
+            const quint32 hash = name >= 0 ? directory.entryNameHash(name)
+                                           : CChildNameIndex::foldedHash(nameOf(name));
+            size_t at = hash & (capacity - 1);
+            for (; table[at].stamp == stamp; at = (at + 1) & (capacity - 1)) {
+                if (table[at].hash == hash
+                    && CChildNameIndex::foldedEquals(nameOf(table[at].name), nameOf(name)))
+                    return false;
+            }
+            table[at] = { hash, stamp, name };
+            return true;
+        };
+        for (int f = first[s]; f < first[s + 1]; ++f) {
+            if (!add(files[size_t(f)]))
+                return false;
+        }
+        // Subdirectories and other files, which only a mixed directory has.
+        if (children > qsizetype(build.filesPerDirectory[s])) {
+            for (qsizetype c = 0; c < children; ++c) {
+                const CHierarchyNode *child = node->CHierarchyNode::getNodeByIndex(unsigned(c));
+                if (!isAppendedFile(build, child, int(s)) && !add(-1 - int(c)))
+                    return false;
+            }
+        }
     }
     return true;
 }

@@ -3,6 +3,8 @@
 #include "packages/CVPKDirectory.h"
 #include "packages/IPackageDelegate.h"
 
+#include <vector>
+
 // Read-only access to a VPK: a directory file and the numbered archives beside it.
 class CDelegateVPK : public IPackageDelegate
 {
@@ -33,6 +35,16 @@ public:
     quint32 getTreeSize() const { return directory.treeSize; }
 
 private:
+    // What a tree build knows of the directories that take files directly.
+    struct TreeBuild_t
+    {
+        std::vector<int> slotOfPath; // per entry of directory.paths
+        std::vector<CPackageHierarchyNode *> directories;
+        std::vector<quint32> filesPerDirectory;
+    };
+    bool namesAreUnique(const TreeBuild_t &build) const;
+    bool isAppendedFile(const TreeBuild_t &build, const CHierarchyNode *child, int slot) const;
+
     QString directoryPath;
     QString archiveBasePath;
     bool isDirectoryName = false;

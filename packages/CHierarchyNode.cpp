@@ -22,7 +22,7 @@ void CHierarchyNode::deleteChildren()
         return;
     // The children are detached by hand: letting each one look itself up in
     // this vector would make the teardown of a wide directory quadratic.
-    std::vector<CHierarchyNode *> *doomed = children;
+    Children_t *doomed = children;
     children = nullptr;
     for (CHierarchyNode *child : *doomed) {
         child->parent = nullptr;
@@ -31,16 +31,6 @@ void CHierarchyNode::deleteChildren()
     delete doomed;
     subNodeCount = 0;
     subLeafCount = 0;
-}
-
-CHierarchyNode *CHierarchyNode::getParent()
-{
-    return parent;
-}
-
-const CHierarchyNode *CHierarchyNode::getParent() const
-{
-    return parent;
 }
 
 const CHierarchyNode *CHierarchyNode::getRoot() const
@@ -167,7 +157,7 @@ void CHierarchyNode::makeNode()
     if (children)
         return;
     modifyNodeCounts(1, -1, false);
-    children = new std::vector<CHierarchyNode *>();
+    children = new Children_t();
 }
 
 void CHierarchyNode::makeLeaf()

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <utility>
 #include <vector>
+
+class CPackageHierarchyNode;
 
 // A generic tree in which every node knows how many branches and leaves lie
 // anywhere below it, so that browsing can show counts without walking.
@@ -17,8 +20,9 @@ public:
     CHierarchyNode(const CHierarchyNode &) = delete;
     CHierarchyNode &operator=(const CHierarchyNode &) = delete;
 
-    virtual CHierarchyNode *getParent();
-    virtual const CHierarchyNode *getParent() const;
+    // Inline, so that a qualified call from a walk up the tree costs nothing.
+    virtual CHierarchyNode *getParent() { return parent; }
+    virtual const CHierarchyNode *getParent() const { return parent; }
     virtual const CHierarchyNode *getRoot() const;
     virtual bool inHierarchyWith(CHierarchyNode *other) const;
     virtual bool addNode(CHierarchyNode *node, unsigned int index = ~0u);
@@ -34,6 +38,10 @@ public:
     virtual const CHierarchyNode *back() const;
     virtual void makeLeaf();
     virtual void makeNode();
+    // The node as a package node, or null: a walk over a package tree asks
+    // this at every step, where a dynamic_cast would cost far more.
+    virtual CPackageHierarchyNode *asPackageNode() { return nullptr; }
+    virtual const CPackageHierarchyNode *asPackageNode() const { return nullptr; }
 
     // Branches plus leaves anywhere below this node.
     int getSubCount() const { return subNodeCount + subLeafCount; }
@@ -57,14 +65,28 @@ public:
         return children ? static_cast<unsigned int>(children->size()) : 0u;
     }
 
+    // What a subclass keeps for a branch alone (a lookup index, say): held by
+    // the child list, so that leaves carry nothing for it.
+    class BranchData_t
+    {
+    public:
+        virtual ~BranchData_t() = default;
+    };
+
 protected:
+    // The child list of a branch, and the branch data that goes with it.
+    struct Children_t : std::vector<CHierarchyNode *>
+    {
+        std::unique_ptr<BranchData_t> branchData;
+    };
+
     // Called after a child joined this branch, and before a child leaves it
     // (removal or deletion), so that subclasses can keep lookup indexes.
     virtual void childAttached(CHierarchyNode *child);
     virtual void childDetaching(CHierarchyNode *child);
 
     CHierarchyNode *parent;
-    std::vector<CHierarchyNode *> *children;
+    Children_t *children;
     int subNodeCount;
     int subLeafCount;
 

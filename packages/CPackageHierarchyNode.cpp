@@ -1,5 +1,6 @@
 #include "packages/CPackageHierarchyNode.h"
 
+#include "packages/CChildNameIndex.h"
 #include "packages/IPackageDelegate.h"
 
 #include <QFile>
@@ -9,9 +10,8 @@ CPackageHierarchyNode::CPackageHierarchyNode()
     : CPackageHierarchyNode(QString())
 { }
 
-CPackageHierarchyNode::CPackageHierarchyNode(const QString &name, IPackageDelegate *owner,
-                                             int entryIndex)
-    : QString(name)
+CPackageHierarchyNode::CPackageHierarchyNode(QString name, IPackageDelegate *owner, int entryIndex)
+    : QString(std::move(name))
     , data(nullptr)
     , index(entryIndex)
     , hasData(false)
@@ -19,7 +19,6 @@ CPackageHierarchyNode::CPackageHierarchyNode(const QString &name, IPackageDelega
     , dataLength(0)
     , markedForDeletion(false)
     , delegate(owner)
-    , nameIndex(nullptr)
 { }
 
 CPackageHierarchyNode::~CPackageHierarchyNode()
@@ -30,43 +29,45 @@ CPackageHierarchyNode::~CPackageHierarchyNode()
         parent->removeNode(this);
     delete data;
     data = nullptr;
-    delete nameIndex;
-    nameIndex = nullptr;
 }
 
 CPackageHierarchyNode *CPackageHierarchyNode::getParent()
 {
-    return dynamic_cast<CPackageHierarchyNode *>(parent);
+    return parent ? parent->asPackageNode() : nullptr;
 }
 
 const CPackageHierarchyNode *CPackageHierarchyNode::getParent() const
 {
-    return dynamic_cast<const CPackageHierarchyNode *>(parent);
+    return parent ? static_cast<const CHierarchyNode *>(parent)->asPackageNode() : nullptr;
 }
 
 const CPackageHierarchyNode *CPackageHierarchyNode::getRoot() const
 {
-    return dynamic_cast<const CPackageHierarchyNode *>(CHierarchyNode::getRoot());
+    return CHierarchyNode::getRoot()->asPackageNode();
 }
 
 CPackageHierarchyNode *CPackageHierarchyNode::getNodeByIndex(unsigned int i)
 {
-    return dynamic_cast<CPackageHierarchyNode *>(CHierarchyNode::getNodeByIndex(i));
+    CHierarchyNode *node = CHierarchyNode::getNodeByIndex(i);
+    return node ? node->asPackageNode() : nullptr;
 }
 
 const CPackageHierarchyNode *CPackageHierarchyNode::getNodeByIndex(unsigned int i) const
 {
-    return dynamic_cast<const CPackageHierarchyNode *>(CHierarchyNode::getNodeByIndex(i));
+    const CHierarchyNode *node = CHierarchyNode::getNodeByIndex(i);
+    return node ? node->asPackageNode() : nullptr;
 }
 
 CPackageHierarchyNode *CPackageHierarchyNode::first()
 {
-    return dynamic_cast<CPackageHierarchyNode *>(CHierarchyNode::first());
+    CHierarchyNode *node = CHierarchyNode::first();
+    return node ? node->asPackageNode() : nullptr;
 }
 
 const CPackageHierarchyNode *CPackageHierarchyNode::first() const
 {
-    return dynamic_cast<const CPackageHierarchyNode *>(CHierarchyNode::first());
+    const CHierarchyNode *node = CHierarchyNode::first();
+    return node ? node->asPackageNode() : nullptr;
 }
 
 CPackageHierarchyNode *CPackageHierarchyNode::front()
@@ -81,12 +82,14 @@ const CPackageHierarchyNode *CPackageHierarchyNode::front() const
 
 CPackageHierarchyNode *CPackageHierarchyNode::last()
 {
-    return dynamic_cast<CPackageHierarchyNode *>(CHierarchyNode::last());
+    CHierarchyNode *node = CHierarchyNode::last();
+    return node ? node->asPackageNode() : nullptr;
 }
 
 const CPackageHierarchyNode *CPackageHierarchyNode::last() const
 {
-    return dynamic_cast<const CPackageHierarchyNode *>(CHierarchyNode::last());
+    const CHierarchyNode *node = CHierarchyNode::last();
+    return node ? node->asPackageNode() : nullptr;
 }
 
 CPackageHierarchyNode *CPackageHierarchyNode::back()
@@ -103,14 +106,14 @@ void CPackageHierarchyNode::makeLeaf()
 {
     if (isLeaf())
         return;
-    delete nameIndex;
-    nameIndex = nullptr;
+    // The index goes first, so that the children leave without updating it.
+    children->branchData.reset();
     CHierarchyNode::makeLeaf();
 }
 
 bool CPackageHierarchyNode::addNode(CHierarchyNode *node, unsigned int at)
 {
-    CPackageHierarchyNode *named = dynamic_cast<CPackageHierarchyNode *>(node);
+    CPackageHierarchyNode *named = node ? node->asPackageNode() : nullptr;
     if (!named || named->isEmpty())
         return false;
     if (getNodeByString(*named))
@@ -118,24 +121,63 @@ bool CPackageHierarchyNode::addNode(CHierarchyNode *node, unsigned int at)
     return CHierarchyNode::addNode(node, at);
 }
 
+CChildNameIndex *CPackageHierarchyNode::nameIndex() const
+{
+    return children ? static_cast<CChildNameIndex *>(children->branchData.get()) : nullptr;
+}
+
+CChildNameIndex &CPackageHierarchyNode::childNames() const
+{
+    CChildNameIndex *index = nameIndex();
+    if (!index) {
+        auto made = std::make_unique<CChildNameIndex>();
+        made->reserve(qsizetype(children->size()));
+        for (CHierarchyNode *child : *children) {
+            if (CPackageHierarchyNode *named = child->asPackageNode())
+                made->insert(named);
+        }
+        index = made.get();
+        children->branchData = std::move(made);
+    }
+    return *index;
+}
+
 void CPackageHierarchyNode::childAttached(CHierarchyNode *child)
 {
-    CPackageHierarchyNode *named = dynamic_cast<CPackageHierarchyNode *>(child);
-    if (!named)
-        return;
-    if (!nameIndex)
-        nameIndex = new QHash<QString, CPackageHierarchyNode *>();
-    nameIndex->insert(lookupKey(*named), named);
+    CPackageHierarchyNode *named = child->asPackageNode();
+    if (CChildNameIndex *index = nameIndex(); named && index)
+        index->insert(named);
 }
 
 void CPackageHierarchyNode::childDetaching(CHierarchyNode *child)
 {
-    CPackageHierarchyNode *named = dynamic_cast<CPackageHierarchyNode *>(child);
-    if (!named || !nameIndex)
+    CPackageHierarchyNode *named = child->asPackageNode();
+    if (CChildNameIndex *index = nameIndex(); named && index)
+        index->remove(named);
+}
+
+void CPackageHierarchyNode::reserveChildren(qsizetype count)
+{
+    if (isLeaf() || count <= 0)
         return;
-    auto it = nameIndex->find(lookupKey(*named));
-    if (it != nameIndex->end() && it.value() == named)
-        nameIndex->erase(it);
+    children->reserve(children->size() + size_t(count));
+    if (CChildNameIndex *index = nameIndex())
+        index->reserve(index->size() + count);
+}
+
+void CPackageHierarchyNode::appendNewLeafUnchecked(CPackageHierarchyNode *leaf)
+{
+    Q_ASSERT(isBranch() && leaf && !leaf->parent && leaf->isLeaf() && !leaf->isEmpty());
+    children->push_back(leaf);
+    leaf->parent = this;
+    if (CChildNameIndex *index = nameIndex())
+        index->insert(leaf);
+}
+
+void CPackageHierarchyNode::releaseNameIndex()
+{
+    if (children)
+        children->branchData.reset();
 }
 
 bool CPackageHierarchyNode::setName(const QString &name)
@@ -157,9 +199,9 @@ bool CPackageHierarchyNode::setName(const QString &name)
 
 CPackageHierarchyNode *CPackageHierarchyNode::getNodeByString(const QString &name) const
 {
-    if (isLeaf() || !nameIndex)
+    if (isLeaf())
         return nullptr;
-    return nameIndex->value(lookupKey(name), nullptr);
+    return childNames().find(name);
 }
 
 CPackageHierarchyNode *CPackageHierarchyNode::walk(const QStringList &parts) const
@@ -235,13 +277,35 @@ CPackageHierarchyNode *CPackageHierarchyNode::getNewNodeByPath(const QStringList
 
 QString CPackageHierarchyNode::getPath(bool includeSelf) const
 {
-    QStringList names;
-    const CHierarchyNode *node = includeSelf ? static_cast<const CHierarchyNode *>(this) : parent;
-    for (; node && node->getParent(); node = node->getParent()) {
-        const CPackageHierarchyNode *named = dynamic_cast<const CPackageHierarchyNode *>(node);
-        names.prepend(named ? static_cast<const QString &>(*named) : QString());
+    // Measure first, then fill one buffer from its end: one allocation for
+    // the whole path however deep the node lies. The walk calls the base's
+    // parent accessor directly: this runs for every entry of a package.
+    const CHierarchyNode *start = includeSelf ? static_cast<const CHierarchyNode *>(this) : parent;
+    qsizetype length = -1;
+    for (const CHierarchyNode *node = start; node && node->CHierarchyNode::getParent();
+         node = node->CHierarchyNode::getParent()) {
+        const CPackageHierarchyNode *named = node->asPackageNode();
+        length += 1 + (named ? named->size() : 0);
     }
-    return names.join(QLatin1Char('/'));
+    if (length <= 0)
+        return QString();
+    QString path(length, Qt::Uninitialized);
+    char16_t *begin = reinterpret_cast<char16_t *>(path.data());
+    char16_t *end = begin + length;
+    for (const CHierarchyNode *node = start; node && node->CHierarchyNode::getParent();
+         node = node->CHierarchyNode::getParent()) {
+        if (const CPackageHierarchyNode *named = node->asPackageNode()) {
+            const qsizetype size = named->size();
+            const char16_t *name = reinterpret_cast<const char16_t *>(named->constData());
+            end -= size;
+            // Names are short: a plain loop beats a call to memmove.
+            for (qsizetype i = 0; i < size; ++i)
+                end[i] = name[i];
+        }
+        if (end != begin)
+            *--end = u'/';
+    }
+    return path;
 }
 
 void CPackageHierarchyNode::setData(const QByteArray &bytes, bool isPath)

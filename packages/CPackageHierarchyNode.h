@@ -3,10 +3,10 @@
 #include "packages/CHierarchyNode.h"
 
 #include <QByteArray>
-#include <QHash>
 #include <QString>
 #include <QStringList>
 
+class CChildNameIndex;
 class IPackageDelegate;
 
 // A node of a package tree: its QString base is its name. Children are
@@ -14,13 +14,13 @@ class IPackageDelegate;
 // content, or the path of a file on disk holding it) until the delegate's
 // flush writes it.
 //
-// Rename a node only through setName(): its parent keeps an index of the
-// children's names.
+// Rename a node only through setName(): its parent may keep an index of the
+// children's names, made on the first lookup by name.
 class CPackageHierarchyNode : public CHierarchyNode, public QString
 {
 public:
     CPackageHierarchyNode();
-    explicit CPackageHierarchyNode(const QString &name, IPackageDelegate *owner = nullptr,
+    explicit CPackageHierarchyNode(QString name, IPackageDelegate *owner = nullptr,
                                    int entryIndex = -1);
     ~CPackageHierarchyNode() override;
 
@@ -39,6 +39,8 @@ public:
     CPackageHierarchyNode *back() override;
     const CPackageHierarchyNode *back() const override;
     void makeLeaf() override;
+    CPackageHierarchyNode *asPackageNode() override { return this; }
+    const CPackageHierarchyNode *asPackageNode() const override { return this; }
 
     const QString &getName() const { return *this; }
     bool setName(const QString &name);
@@ -53,6 +55,18 @@ public:
     // in case alone.
     CPackageHierarchyNode *getNewNodeByPath(const QStringList &parts, bool leaf);
     QString getPath(bool includeSelf = true) const;
+
+    // For delegates that build a whole tree at once: room for `count` more
+    // children, and the append of a new leaf (no parent, not added anywhere)
+    // at the end WITHOUT the check for a sibling of the same name and WITHOUT
+    // the counts: the caller makes the check before the tree is used, and
+    // adds the leaves to the counts (modifyNodeCounts) once per branch.
+    void reserveChildren(qsizetype count);
+    void appendNewLeafUnchecked(CPackageHierarchyNode *leaf);
+    // Frees this branch's name index; it comes back on the next lookup by
+    // name. A freshly read package has little use for the indexes of its
+    // widest directories.
+    void releaseNameIndex();
 
     void setData(const QByteArray &bytes, bool isPath);
     bool updateDataLengthAtPath();
@@ -72,10 +86,10 @@ protected:
     void childDetaching(CHierarchyNode *child) override;
 
 private:
-    static QString lookupKey(const QString &name) { return name.toLower(); }
     CPackageHierarchyNode *walk(const QStringList &parts) const;
-
-    // Lower-cased child name to child; present on branches that have had a
-    // child. Keeps name lookups constant in time for wide directories.
-    QHash<QString, CPackageHierarchyNode *> *nameIndex;
+    // The children by name without regard to case, made when first needed
+    // and kept with the child list: it keeps name lookups constant in time
+    // for wide directories. Null for a leaf, or when none is made yet.
+    CChildNameIndex *nameIndex() const;
+    CChildNameIndex &childNames() const;
 };

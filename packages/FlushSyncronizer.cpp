@@ -92,3 +92,7 @@ void FlushSyncronizer::reset()
     failedFlag = false;
     finished = false;
 }
+
+// Its own meta-object code, so that what links this class (the package code)
+// does not pull in that of every other class of the library.
+#include "moc_FlushSyncronizer.cpp"

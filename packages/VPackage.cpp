@@ -38,7 +38,6 @@
 #include <QTemporaryDir>
 #include <QToolBar>
 #include <QTreeWidget>
-#include <QTreeWidgetItemIterator>
 #include <QVBoxLayout>
 #include <QtDebug>
 
@@ -251,26 +250,76 @@ void VPackage::addNodeToTree(CPackageHierarchyNode *node, QTreeWidgetItem *paren
 {
     if (!node || !parent)
         return;
-    // Built apart from the view and hooked in at once; walked without recursion,
-    // since a hostile directory may nest as deep as it has entries.
+    // Only the folders are made here: the rows of a folder's files come when
+    // the folder is first shown (fillFolder), so that a package of hundreds
+    // of thousands of files opens at once. Built apart from the view and
+    // hooked in at once; walked without recursion, since a hostile directory
+    // may nest as deep as it has entries.
     auto *top = new VPackageTreeWidgetItem(node);
     QList<VPackageTreeWidgetItem *> pending { top };
     while (!pending.isEmpty()) {
         VPackageTreeWidgetItem *item = pending.takeLast();
         const unsigned int count = item->node->getChildCount();
-        if (count == 0)
-            continue;
-        QList<QTreeWidgetItem *> kids;
-        kids.reserve(qsizetype(count));
+        QList<QTreeWidgetItem *> folders;
         for (unsigned int i = 0; i < count; ++i) {
-            auto *kid = new VPackageTreeWidgetItem(item->node->getNodeByIndex(i));
-            kids.append(kid);
-            if (kid->node && kid->node->isBranch())
-                pending.append(kid);
+            CPackageHierarchyNode *child = item->node->getNodeByIndex(i);
+            if (child && child->isBranch()) {
+                auto *folder = new VPackageTreeWidgetItem(child);
+                folders.append(folder);
+                pending.append(folder);
+            }
         }
-        item->addChildren(kids);
+        item->addChildren(folders);
+        // A folder whose files are still to come shows that it can open.
+        if (unsigned(folders.size()) != count)
+            item->setChildIndicatorPolicy(QTreeWidgetItem::ShowIndicator);
     }
     parent->addChild(top);
+}
+
+void VPackage::fillFolder(VPackageTreeWidgetItem *item)
+{
+    if (!item || !item->node)
+        return;
+    const unsigned int count = item->node->getChildCount();
+    if (unsigned(item->childCount()) == count)
+        return;
+    // The rows of the files go in between the folders, each run of files at
+    // once; the folders stay where they are, open or closed.
+    QList<QTreeWidgetItem *> files;
+    int position = 0;
+    auto insertFiles = [&]() {
+        if (files.isEmpty())
+            return;
+        item->insertChildren(position, files);
+        position += int(files.size());
+        files.clear();
+    };
+    for (unsigned int i = 0; i < count; ++i) {
+        CPackageHierarchyNode *child = item->node->getNodeByIndex(i);
+        if (child && child->isBranch()) {
+            insertFiles();
+            ++position;
+        } else {
+            files.append(new VPackageTreeWidgetItem(child));
+        }
+    }
+    insertFiles();
+    item->setChildIndicatorPolicy(QTreeWidgetItem::DontShowIndicatorWhenChildless);
+}
+
+void VPackage::fillFolders(VPackageTreeWidgetItem *item)
+{
+    QList<VPackageTreeWidgetItem *> pending { item };
+    while (!pending.isEmpty()) {
+        VPackageTreeWidgetItem *next = pending.takeLast();
+        fillFolder(next);
+        for (int i = 0; next && i < next->childCount(); ++i) {
+            auto *child = static_cast<VPackageTreeWidgetItem *>(next->child(i));
+            if (child->node && child->node->isBranch())
+                pending.append(child);
+        }
+    }
 }
 
 void VPackage::updateTreeItemIcon(VPackageTreeWidgetItem *item)
@@ -290,6 +339,7 @@ void VPackage::treeItemExpanded(QTreeWidgetItem *item)
 {
     if (!item)
         return;
+    fillFolder(static_cast<VPackageTreeWidgetItem *>(item));
     for (int i = 0; i < item->childCount(); ++i)
         updateTreeItemIcon(static_cast<VPackageTreeWidgetItem *>(item->child(i)));
     tree->resizeColumnToContents(0);
@@ -340,7 +390,7 @@ void VPackage::appendTableRow(VPackageTreeWidgetItem *item)
     table->setItem(row, 0, name);
     QString size;
     if (item->node->isBranch())
-        size = QStringLiteral("%1 Item(s)").arg(item->childCount());
+        size = QStringLiteral("%1 Item(s)").arg(item->node->getChildCount());
     else
         size = QString::number(delegate ? delegate->getFileSizeByNode(item->node) : 0);
     table->setItem(row, 1, new VPackageTableWidgetItem(size));
@@ -406,30 +456,69 @@ void VPackage::packageSearch()
     const QRegExp wildcard(query, cs, QRegExp::Wildcard);
     const QRegExp pattern(query, cs);
 
-    table->setRowCount(0);
-    table->setUpdatesEnabled(false);
-    for (QTreeWidgetItemIterator it(tree); *it; ++it) {
-        const QString name = (*it)->text(0);
-        bool match = false;
+    auto matches = [&](const QString &name, bool &known) {
+        known = true;
         switch (mode) {
         case 0:
-            match = name.indexOf(query, 0, cs) != -1;
-            break;
+            return name.indexOf(query, 0, cs) != -1;
         case 1:
-            match = QString::compare(name, query, cs) == 0;
-            break;
+            return QString::compare(name, query, cs) == 0;
         case 2:
-            match = wildcard.indexIn(name) != -1;
-            break;
+            return wildcard.indexIn(name) != -1;
         case 3:
-            match = pattern.indexIn(name) != -1;
-            break;
+            return pattern.indexIn(name) != -1;
         default:
-            table->setUpdatesEnabled(true);
-            return;
+            known = false;
+            return false;
         }
-        if (match)
-            addTableEntry(static_cast<VPackageTreeWidgetItem *>(*it));
+    };
+
+    table->setRowCount(0);
+    table->setUpdatesEnabled(false);
+    // Every entry in the order of the whole tree, folder before contents; the
+    // row of a file in a folder not shown yet is made when the file matches.
+    struct Step_t
+    {
+        VPackageTreeWidgetItem *item;
+        unsigned int next;
+        int folders; // folders passed so far: their place while the files are missing
+    };
+    QList<Step_t> steps;
+    for (int top = tree->topLevelItemCount() - 1; top >= 0; --top)
+        steps.append({ static_cast<VPackageTreeWidgetItem *>(tree->topLevelItem(top)), 0, -1 });
+    while (!steps.isEmpty()) {
+        Step_t &step = steps.last();
+        VPackageTreeWidgetItem *item = step.item;
+        if (step.folders < 0) {
+            // The item itself, on arrival.
+            step.folders = 0;
+            bool known = false;
+            const bool match = matches(item->text(0), known);
+            if (!known)
+                break;
+            if (match)
+                addTableEntry(item);
+        }
+        const unsigned int count = item->node ? item->node->getChildCount() : 0;
+        if (step.next >= count) {
+            steps.removeLast();
+            continue;
+        }
+        const unsigned int index = step.next++;
+        CPackageHierarchyNode *child = item->node->getNodeByIndex(index);
+        const bool filled = unsigned(item->childCount()) == count;
+        if (child && child->isBranch()) {
+            auto *folder = static_cast<VPackageTreeWidgetItem *>(
+                item->child(filled ? int(index) : step.folders));
+            ++step.folders;
+            steps.append({ folder, 0, -1 });
+            continue;
+        }
+        bool known = false;
+        if (!matches(child ? QString(*child) : QString(), known) || !known)
+            continue;
+        fillFolder(item);
+        addTableEntry(static_cast<VPackageTreeWidgetItem *>(item->child(int(index))));
     }
     table->setUpdatesEnabled(true);
 }
@@ -641,6 +730,8 @@ void VPackage::delayedDataRequested(QDelayedMimeData *data, const QString &forma
         qWarning("Unable to create path \"%s\"", qUtf8Printable(target));
         return;
     }
+    for (VPackageTreeWidgetItem *entry : entries)
+        fillFolders(entry);
     VPackageExtractor(delegate, nullptr).extract(entries, target);
     QList<QUrl> urls;
     for (const VPackageTreeWidgetItem *entry : entries) {
@@ -739,6 +830,7 @@ void VPackage::packageContextExtract(QList<VPackageTableWidgetItem *> items)
             continue;
         }
         treeItems.append(item->treeItem);
+        fillFolders(item->treeItem);
     }
     VPackageExtractor(delegate, dialog).extract(treeItems, target);
 }

@@ -85,6 +85,10 @@ private:
     void reportOpenFailure(const QString &text);
     void extractTreeItems(const QList<VPackageTreeWidgetItem *> &items, const QStringList &preLog);
     void appendTableRow(VPackageTreeWidgetItem *item);
+    // The rows of a folder's files, made when the folder is first shown;
+    // fillFolders does it for a whole branch (before extracting it).
+    void fillFolder(VPackageTreeWidgetItem *item);
+    void fillFolders(VPackageTreeWidgetItem *item);
     VPackageTreeWidgetItem *treeItemOfRow(int row) const;
     QList<VPackageTableWidgetItem *> selectedTableItems() const;
 

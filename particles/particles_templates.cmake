@@ -8,12 +8,12 @@ add_executable(zirk_pcftemplates
     ${CMAKE_CURRENT_LIST_DIR}/CDmxElement.cpp
     ${CMAKE_CURRENT_LIST_DIR}/CFilePCF.cpp
     ${CMAKE_CURRENT_LIST_DIR}/PCFDelegateWrite.cpp
-    ${CMAKE_SOURCE_DIR}/util/UtilText.cpp)
-target_include_directories(zirk_pcftemplates PRIVATE ${CMAKE_SOURCE_DIR})
+    ${PROJECT_SOURCE_DIR}/util/UtilText.cpp)
+target_include_directories(zirk_pcftemplates PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(zirk_pcftemplates PRIVATE Qt6::Core Qt6::Core5Compat)
 
 set(ZIRK_PCF_TEMPLATE_TABLE ${CMAKE_CURRENT_LIST_DIR}/templates/particle_templates.txt)
-set(ZIRK_PCF_TEMPLATE_DIR ${CMAKE_BINARY_DIR}/generated/data)
+set(ZIRK_PCF_TEMPLATE_DIR ${PROJECT_BINARY_DIR}/generated/data)
 set(ZIRK_PCF_TEMPLATES
     ${ZIRK_PCF_TEMPLATE_DIR}/particle_defaults_orangebox.pcf
     ${ZIRK_PCF_TEMPLATE_DIR}/particle_defaults_l4d.pcf

@@ -156,11 +156,12 @@ public:
     bool setImage(const QByteArray &data, unsigned short width, unsigned short height,
                   unsigned char mipmap, unsigned short frame, unsigned char face,
                   unsigned short slice, bool native);
+    // `filter` is a Magick resize filter (a MagickCore::FilterTypes value),
+    // given as a number so that this header needs none of Magick's.
     bool setImageFromImage(unsigned char sourceMipmap, unsigned short sourceFrame,
                            unsigned char sourceFace, unsigned short sourceSlice,
                            unsigned char targetMipmap, unsigned short targetFrame,
-                           unsigned char targetFace, unsigned short targetSlice,
-                           MagickCore::FilterTypes filter);
+                           unsigned char targetFace, unsigned short targetSlice, int filter);
     bool setLowResImageData(const QByteArray &data, unsigned short width, unsigned short height,
                             bool native);
 
@@ -169,7 +170,7 @@ public:
     bool generateMipmaps(unsigned char source, unsigned char firstMipmap, unsigned char lastMipmap,
                          unsigned short firstFrame, unsigned short lastFrame,
                          unsigned char firstFace, unsigned char lastFace, unsigned short firstSlice,
-                         unsigned short lastSlice, MagickCore::FilterTypes filter);
+                         unsigned short lastSlice, int filter);
 
     bool generateThumbnail();
     bool generateThumbnail(unsigned char mipmap, unsigned short frame, unsigned char face,

@@ -1,6 +1,7 @@
 // The operations that change the shape or the content of a texture.
 
 #include "textures/CFileVTF.h"
+#include "textures/VTFMagick.h"
 
 #include <memory>
 #include <new>
@@ -373,8 +374,7 @@ bool CFileVTF::setImage(const QByteArray &data, unsigned short width, unsigned s
 bool CFileVTF::setImageFromImage(unsigned char sourceMipmap, unsigned short sourceFrame,
                                  unsigned char sourceFace, unsigned short sourceSlice,
                                  unsigned char targetMipmap, unsigned short targetFrame,
-                                 unsigned char targetFace, unsigned short targetSlice,
-                                 MagickCore::FilterTypes filter)
+                                 unsigned char targetFace, unsigned short targetSlice, int filter)
 {
     if (!hasImage(sourceMipmap, sourceFrame, sourceFace, sourceSlice)
         || !hasImage(targetMipmap, targetFrame, targetFace, targetSlice))
@@ -404,7 +404,7 @@ bool CFileVTF::setImageFromImage(unsigned char sourceMipmap, unsigned short sour
     if (!image)
         return false;
     try {
-        image->filterType(filter);
+        image->filterType(MagickCore::FilterTypes(filter));
     } catch (...) {
         return false;
     }
@@ -418,7 +418,7 @@ bool CFileVTF::generateMipmaps(unsigned char source, unsigned char firstMipmap,
                                unsigned char lastMipmap, unsigned short firstFrame,
                                unsigned short lastFrame, unsigned char firstFace,
                                unsigned char lastFace, unsigned short firstSlice,
-                               unsigned short lastSlice, MagickCore::FilterTypes)
+                               unsigned short lastSlice, int)
 {
     if (source >= images.size() || isStructureEmpty())
         return false;

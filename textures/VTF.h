@@ -2,13 +2,12 @@
 
 // The pixel layer of the texture tools: the VTF pixel formats and their
 // conversion to and from RGBA8888 (red, green, blue, alpha; rows top to
-// bottom; no padding), bridges to QImage and Magick::Image, and a few
-// whole-buffer operations on RGBA8888 images.
+// bottom; no padding), bridges to QImage, and a few whole-buffer operations
+// on RGBA8888 images. The bridges to Magick::Image, which only resizing and
+// importing need, are in VTFMagick.h.
 
 #include <QByteArray>
 #include <QtGlobal>
-
-#include <Magick++.h>
 
 class QImage;
 
@@ -105,7 +104,6 @@ const char *getFormatName(Format_t format);
 const char *getFlagName(Flags_t flag);
 const char *getEnvFaceName(unsigned char index);
 const char *getCImgResizeName(unsigned char index);
-const char *magickFilterName(MagickCore::FilterTypes filter);
 
 // Tone mapping defaults for RGBA16161616F.
 constexpr float DefaultHdrKey = 1.25f;
@@ -119,23 +117,12 @@ bool formatToRGBA8888(const QByteArray &source, unsigned int width, unsigned int
 bool formatFromRGBA8888(const QByteArray &source, unsigned int width, unsigned int height,
                         Format_t format, QByteArray &destination);
 
-QByteArray toRGBA8888(const Magick::Image &image);
 QByteArray toRGBA8888(const QImage &image);
 
-// The returned objects belong to the caller. A buffer too small for the size
+// The returned object belongs to the caller. A buffer too small for the size
 // asked gives an image left blank.
-Magick::Image *toMagickImage(const QByteArray &rgba, unsigned short width, unsigned short height,
-                             DrawFlags_t flags, bool checkerboard);
-Magick::Image *toMagickImage(const QImage &image);
 QImage *toQImage(const QByteArray &rgba, unsigned short width, unsigned short height,
                  DrawFlags_t flags, bool checkerboard);
-QImage *toQImage(const Magick::Image &image);
-
-// Resizes an image made by toMagickImage to exactly width x height, treating
-// the four channels as independent planes: Magick's own resize weighs colour
-// by opacity, which would wipe the colour of every texel whose alpha byte is
-// high. Uses the image's filter type. False if Magick refuses.
-bool resizeMagickImage(Magick::Image &image, unsigned short width, unsigned short height);
 
 void computeBaseMipmap(unsigned short width, unsigned short height, unsigned char mipmapCount,
                        unsigned short &baseWidth, unsigned short &baseHeight,

@@ -1,5 +1,7 @@
 #include "textures/VTFBlockCoder.h"
 
+#include "textures/VTFBlockEncoder.h"
+
 #include <squish.h>
 
 #include <algorithm>
@@ -7,53 +9,12 @@
 #include <thread>
 #include <vector>
 
-// A squish built with OpenMP runs its own team in every call. Weak, so that
-// nothing is required of a squish built without it: the runtime then is not
-// loaded and the pointer stays null.
-extern "C" void omp_set_num_threads(int) __attribute__((weak));
-
 namespace VTF {
 namespace BlockCoder {
 
 bool isBlockFormat(Format_t format)
 {
     return format == DXT1 || format == DXT3 || format == DXT5 || format == DXT1_ONEBITALPHA;
-}
-
-// Below this, decoding stays on the calling thread.
-constexpr size_t SmallImagePixels = 128 * 128;
-
-static int blockBytes(Format_t format)
-{
-    return (format == DXT1 || format == DXT1_ONEBITALPHA) ? 8 : 16;
-}
-
-void decode(const unsigned char *blocks, unsigned int width, unsigned int height, Format_t format,
-            unsigned char *rgba)
-{
-    // The one-bit-alpha variant goes through the DXT5 decoder, as it always has.
-    int flags = squish::kDxt5;
-    if (format == DXT1)
-        flags = squish::kDxt1;
-    else if (format == DXT3)
-        flags = squish::kDxt3;
-    if (size_t(width) * height > SmallImagePixels) {
-        squish::DecompressImage(rgba, int(width), int(height), blocks, flags);
-        return;
-    }
-    // Small images block by block, as DecompressImage does, but without waking
-    // a thread team for a few microseconds of work.
-    const int bytesPerBlock = (flags & squish::kDxt1) ? 8 : 16;
-    const size_t stride = size_t(width) * 4;
-    for (unsigned int y = 0; y < height; y += 4) {
-        for (unsigned int x = 0; x < width; x += 4, blocks += bytesPerBlock) {
-            unsigned char block[16 * 4];
-            squish::Decompress(block, blocks, flags);
-            const unsigned int rows = std::min(4u, height - y), columns = std::min(4u, width - x);
-            for (unsigned int py = 0; py < rows; ++py)
-                std::memcpy(rgba + (y + py) * stride + size_t(x) * 4, block + py * 16, columns * 4);
-        }
-    }
 }
 
 int encodeFlags(Format_t format)
@@ -81,26 +42,13 @@ const float *perceptualMetric()
 void encode(const unsigned char *rgba, unsigned int width, unsigned int height, Format_t format,
             unsigned char *blocks, unsigned int threads)
 {
-    const int flags = encodeFlags(format);
-    float *metric = const_cast<float *>(perceptualMetric());
     const unsigned int blockRows = (height + 3) / 4;
-    const size_t rowBlockBytes = size_t((width + 3) / 4) * size_t(blockBytes(format));
-    const size_t rowPixelBytes = size_t(width) * 4;
-
     if (threads == 0)
         threads = std::max(1u, std::thread::hardware_concurrency());
     // Small images are not worth a thread; a band holds at least a few block rows.
     threads = std::min(threads, std::max(1u, blockRows / 2));
-
-    auto codeBand = [&](unsigned int firstRow, unsigned int lastRow) {
-        const unsigned int top = firstRow * 4;
-        const unsigned int bandHeight = std::min(height, lastRow * 4) - top;
-        squish::CompressImage(rgba + size_t(top) * rowPixelBytes, int(width), int(bandHeight),
-                              blocks + size_t(firstRow) * rowBlockBytes, flags, metric);
-    };
-
     if (threads <= 1) {
-        codeBand(0, blockRows);
+        BlockEncoder::encodeRows(rgba, width, height, format, 0, blockRows, blocks);
         return;
     }
 
@@ -110,11 +58,9 @@ void encode(const unsigned char *rgba, unsigned int width, unsigned int height, 
     workers.reserve(threads);
     for (unsigned int t = 0; t < threads; ++t) {
         workers.emplace_back([&, t]() {
-            // The bands already fill the cores: each codes on its thread alone.
-            if (omp_set_num_threads)
-                omp_set_num_threads(1);
             for (unsigned int first = t * bandRows; first < blockRows; first += threads * bandRows)
-                codeBand(first, std::min(blockRows, first + bandRows));
+                BlockEncoder::encodeRows(rgba, width, height, format, first,
+                                         std::min(blockRows, first + bandRows), blocks);
         });
     }
     for (std::thread &worker : workers)

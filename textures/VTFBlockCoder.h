@@ -6,15 +6,20 @@
 
 #include "textures/VTF.h"
 
+#include <cstddef>
+
 namespace VTF {
 namespace BlockCoder {
 
 // True for the four block formats.
 bool isBlockFormat(Format_t format);
 
-// Decodes width x height pixels of RGBA8888 from blocks of the given format.
-void decode(const unsigned char *blocks, unsigned int width, unsigned int height, Format_t format,
-            unsigned char *rgba);
+// Decodes width x height pixels of RGBA8888 from blocks of the given format,
+// byte for byte as squish's DecompressImage does. `available` is the size of
+// the block data: DXT1_ONEBITALPHA is sized as DXT1 but read with the DXT5
+// decoder's 16-byte stride, and what lies beyond the data reads as zeros.
+void decode(const unsigned char *blocks, size_t available, unsigned int width, unsigned int height,
+            Format_t format, unsigned char *rgba);
 
 // Encodes RGBA8888 into blocks with the program's fit, metric and weighting;
 // blocks must hold the whole rounded-up image. threads 0 uses every core.

@@ -1,5 +1,6 @@
 #include "textures/VTF.h"
 #include "textures/VTFBlockCoder.h"
+#include "textures/VTFToneMap.h"
 
 #include <cmath>
 #include <cstring>
@@ -42,45 +43,6 @@ inline uchar luminanceOf(const uchar *p)
     const int r = p[0], g = p[1], b = p[2];
     const double sum = 0.241 * (r * r) + 0.691 * (g * g) + double(0.068f * float(b * b));
     return uchar(int(std::sqrt(sum) + 0.5));
-}
-
-inline uchar toneChannel(float value, float gamma)
-{
-    const float v = float(std::pow(double(value), double(gamma)) * 65535.0);
-    if (!(v >= 0.0f)) // below zero, and NaN from a black pixel
-        return 0;
-    if (v > 65535.0f)
-        return 255;
-    return uchar(int(v) >> 8);
-}
-
-void toneMap(const uchar *s, size_t pixels, uchar *d, float key, float shift, float gamma,
-             float luminance)
-{
-    auto word = [](const uchar *p) { return unsigned(p[0]) | (unsigned(p[1]) << 8); };
-    if (luminance == 0.0f) {
-        for (size_t i = 0; i < pixels; ++i) {
-            const uchar *p = s + i * 8;
-            const float y = 0.299f * float(word(p)) + 0.587f * float(word(p + 2))
-                + 0.114f * float(word(p + 4));
-            luminance += std::log(y + 1e-10);
-        }
-        luminance = std::exp(luminance / float(pixels));
-    }
-    for (size_t i = 0; i < pixels; ++i, s += 8, d += 4) {
-        const float r = float(word(s));
-        const float g = float(unsigned(s[3]) * 257u); // the high byte alone, by design
-        const float b = float(word(s + 4));
-        const float y = 0.299f * r + 0.587f * g + 0.114f * b;
-        const float l = key * y / luminance;
-        const float cr = (r - y) * 0.713f;
-        const float cb = (b - y) * 0.565f;
-        const float scale = l / (1.0f + l) / y;
-        d[0] = toneChannel((1.403f * cr + y) * scale + shift, gamma);
-        d[1] = toneChannel((y - 0.344f * cb - 0.714f * cr) * scale + shift, gamma);
-        d[2] = toneChannel((1.77f * cb + y) * scale + shift, gamma);
-        d[3] = s[7];
-    }
 }
 
 bool decodePixels(const uchar *s, size_t n, Format_t format, uchar *d)
@@ -367,21 +329,14 @@ bool formatToRGBA8888(const QByteArray &source, unsigned int width, unsigned int
     uchar *d = reinterpret_cast<uchar *>(destination.data());
     const size_t pixels = size_t(width) * size_t(height);
 
-    if (format == DXT1_ONEBITALPHA) {
-        // Sized as DXT1 but read by the DXT5 decoder, which strides 16 bytes a
-        // block: it sees the buffer followed by zeros, never memory beyond it.
-        QByteArray padded(keep.size() * 2, 0);
-        std::memcpy(padded.data(), keep.constData(), size_t(keep.size()));
-        BlockCoder::decode(reinterpret_cast<const uchar *>(padded.constData()), width, height,
-                           format, d);
-        return true;
-    }
     if (BlockCoder::isBlockFormat(format)) {
-        BlockCoder::decode(s, width, height, format, d);
+        // DXT1_ONEBITALPHA is read by the DXT5 decoder, which strides 16 bytes
+        // a block: it sees the buffer followed by zeros, never memory beyond it.
+        BlockCoder::decode(s, size_t(keep.size()), width, height, format, d);
         return true;
     }
     if (format == RGBA16161616F) {
-        toneMap(s, pixels, d, key, shift, gamma, luminance);
+        ToneMap::map(s, pixels, d, key, shift, gamma, luminance);
         return true;
     }
     return decodePixels(s, pixels, format, d);

@@ -84,38 +84,6 @@ const char *const envFaceNames[7] = { "Right", "Left", "Back", "Front", "Up", "D
 const char *const cimgResizeNames[7]
     = { "None", "Nearest Neighbor", "Moving Average", "Linear", "Grid", "Bicubic", "Lanczos" };
 
-const char *const magickFilterNames[29] = {
-    "Point",
-    "Box",
-    "Triangle",
-    "Hermite",
-    "Hanning",
-    "Hamming",
-    "Blackman",
-    "Gaussian",
-    "Quadratic",
-    "Cubic",
-    "Catrom",
-    "Mitchell",
-    "Jinc",
-    "Sinc",
-    "Sinc Fast",
-    "Kaiser",
-    "Welsh",
-    "Parzen",
-    "Bohman",
-    "Bartlett",
-    "Lagrange",
-    "Lanczos",
-    "Lanczos Sharp",
-    "Lanczos 2",
-    "Lanczos 2 Sharp",
-    "Robidoux",
-    "Robidoux Sharp",
-    "Cosine",
-    "Spline",
-};
-
 inline bool isTabled(Format_t format)
 {
     return format >= 0 && format < FormatCount;
@@ -180,12 +148,6 @@ const char *getEnvFaceName(unsigned char index)
 const char *getCImgResizeName(unsigned char index)
 {
     return index < 7 ? cimgResizeNames[index] : nullptr;
-}
-
-const char *magickFilterName(MagickCore::FilterTypes filter)
-{
-    const int index = static_cast<int>(filter);
-    return (index >= 1 && index <= 29) ? magickFilterNames[index - 1] : "";
 }
 
 void computeBaseMipmap(unsigned short width, unsigned short height, unsigned char mipmapCount,

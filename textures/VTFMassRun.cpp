@@ -2,6 +2,7 @@
 #include "textures/VTFMass.h"
 
 #include "textures/CFileVTF.h"
+#include "textures/VTFMagick.h"
 #include "textures/VVTFResizeParametersBox.h"
 #include "util/UtilPath.h"
 

@@ -1,13 +1,11 @@
 #pragma once
 
-#include "textures/VTF.h"
+#include "textures/VTFMagick.h"
 
 #include <QByteArray>
 #include <QMainWindow>
 #include <QPixmap>
 #include <QTimer>
-
-#include <Magick++.h>
 
 class CFileVTF;
 class QAction;

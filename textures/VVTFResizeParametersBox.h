@@ -2,7 +2,7 @@
 
 #include <QGroupBox>
 
-#include <Magick++.h>
+#include "textures/VTFMagick.h"
 
 class QComboBox;
 

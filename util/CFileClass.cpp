@@ -20,3 +20,7 @@ void CFileClass::setName(const QString &name, bool notify)
     if (notify)
         emit nameChanged(old, name);
 }
+
+// Its own meta-object code, so that what links this class does not pull in
+// that of every other class of the library.
+#include "moc_CFileClass.cpp"

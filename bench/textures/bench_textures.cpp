@@ -1,22 +1,16 @@
 // Texture speed, each measurement beside its baseline:
-//   decoding a DXT5 chain against squish called directly,
 //   uncompressed conversions in MB/s of RGBA,
-//   loading a VTF against reading its bytes,
-//   encoding a DXT5 chain in bands on all cores against one squish call a mipmap.
+//   loading a VTF against reading its bytes.
+// Block coding and tone mapping are measured in bench_blockcoding.
 // "vs_baseline" is the wall time of a measurement over that of its baseline.
 
 #include "textures/CFileVTF.h"
 #include "textures/VTF.h"
-#include "textures/VTFBlockCoder.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
-#ifdef _OPENMP
-#include <omp.h>
-#endif
-#include <squish.h>
 
 #include <chrono>
 #include <cstring>
@@ -77,60 +71,6 @@ QByteArray noiseImage(int width, int height)
         }
     return rgba;
 }
-
-QByteArray noiseBytes(qint64 size)
-{
-    QByteArray bytes(size, Qt::Uninitialized);
-    quint32 seed = 7;
-    for (qint64 i = 0; i < size; ++i) {
-        seed = seed * 1664525u + 1013904223u;
-        bytes[i] = char(seed >> 24);
-    }
-    return bytes;
-}
-
-// Block data of a DXT5 chain, largest first.
-const std::vector<QByteArray> &dxt5Chain()
-{
-    static std::vector<QByteArray> chain;
-    if (chain.empty())
-        for (int size = 2048; size >= 1; size /= 2)
-            chain.push_back(noiseBytes(VTF::bytesPerSizeOfFormat(size, size, VTF::DXT5)));
-    return chain;
-}
-
-void BM_DecodeDXT5Chain_SquishDirect(benchmark::State &state)
-{
-    const auto &chain = dxt5Chain();
-    QByteArray rgba(2048 * 2048 * 4, Qt::Uninitialized);
-    WallTimer timer(state, "decode", true);
-    for (auto _ : state) {
-        int size = 2048;
-        for (const QByteArray &blocks : chain) {
-            squish::DecompressImage(reinterpret_cast<squish::u8 *>(rgba.data()), size, size,
-                                    blocks.constData(), squish::kDxt5);
-            size /= 2;
-        }
-        benchmark::DoNotOptimize(rgba.data());
-    }
-}
-BENCHMARK(BM_DecodeDXT5Chain_SquishDirect)->Unit(benchmark::kMillisecond);
-
-void BM_DecodeDXT5Chain_FormatToRGBA8888(benchmark::State &state)
-{
-    const auto &chain = dxt5Chain();
-    QByteArray rgba;
-    WallTimer timer(state, "decode", false);
-    for (auto _ : state) {
-        int size = 2048;
-        for (const QByteArray &blocks : chain) {
-            VTF::formatToRGBA8888(blocks, size, size, VTF::DXT5, rgba);
-            size /= 2;
-        }
-        benchmark::DoNotOptimize(rgba.data());
-    }
-}
-BENCHMARK(BM_DecodeDXT5Chain_FormatToRGBA8888)->Unit(benchmark::kMillisecond);
 
 const int Big = 4096;
 
@@ -233,82 +173,6 @@ void BM_LoadVTF4096_CreateFromFile(benchmark::State &state)
     }
 }
 BENCHMARK(BM_LoadVTF4096_CreateFromFile)->Unit(benchmark::kMillisecond);
-
-const std::vector<QByteArray> &encodeChain()
-{
-    static std::vector<QByteArray> chain;
-    if (chain.empty())
-        for (int size = 1024; size >= 1; size /= 2)
-            chain.push_back(noiseImage(size, size));
-    return chain;
-}
-
-void encodeChainWithOneCallEach(benchmark::State &state, bool baseline)
-{
-    const auto &chain = encodeChain();
-    QByteArray blocks(VTF::bytesPerSizeOfFormat(1024, 1024, VTF::DXT5), Qt::Uninitialized);
-    WallTimer timer(state, baseline ? "encode" : "encode-library", baseline);
-    for (auto _ : state) {
-        int size = 1024;
-        for (const QByteArray &rgba : chain) {
-            squish::CompressImage(reinterpret_cast<const squish::u8 *>(rgba.constData()), size,
-                                  size, blocks.data(), VTF::BlockCoder::encodeFlags(VTF::DXT5),
-                                  const_cast<float *>(VTF::BlockCoder::perceptualMetric()));
-            size /= 2;
-        }
-        benchmark::DoNotOptimize(blocks.data());
-    }
-}
-
-// One squish call a mipmap, on one core: the time the bands are meant to beat.
-void BM_EncodeDXT5Chain1024_OneSquishCallOneCore(benchmark::State &state)
-{
-#ifdef _OPENMP
-    const int threads = omp_get_max_threads();
-    omp_set_num_threads(1);
-#endif
-    encodeChainWithOneCallEach(state, true);
-#ifdef _OPENMP
-    omp_set_num_threads(threads);
-#endif
-}
-BENCHMARK(BM_EncodeDXT5Chain1024_OneSquishCallOneCore)
-    ->Iterations(1)
-    ->MeasureProcessCPUTime()
-    ->UseRealTime()
-    ->Unit(benchmark::kSecond);
-
-// The same calls as the library is built: a squish built with OpenMP spreads
-// one call over the cores itself.
-void BM_EncodeDXT5Chain1024_OneSquishCallLibraryThreads(benchmark::State &state)
-{
-    encodeChainWithOneCallEach(state, false);
-}
-BENCHMARK(BM_EncodeDXT5Chain1024_OneSquishCallLibraryThreads)
-    ->Iterations(1)
-    ->MeasureProcessCPUTime()
-    ->UseRealTime()
-    ->Unit(benchmark::kSecond);
-
-void BM_EncodeDXT5Chain1024_FormatFromRGBA8888(benchmark::State &state)
-{
-    const auto &chain = encodeChain();
-    QByteArray blocks;
-    WallTimer timer(state, "encode", false);
-    for (auto _ : state) {
-        int size = 1024;
-        for (const QByteArray &rgba : chain) {
-            VTF::formatFromRGBA8888(rgba, size, size, VTF::DXT5, blocks);
-            size /= 2;
-        }
-        benchmark::DoNotOptimize(blocks.data());
-    }
-}
-BENCHMARK(BM_EncodeDXT5Chain1024_FormatFromRGBA8888)
-    ->Iterations(1)
-    ->MeasureProcessCPUTime()
-    ->UseRealTime()
-    ->Unit(benchmark::kSecond);
 
 } // namespace
 

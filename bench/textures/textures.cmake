@@ -1,5 +1,1 @@
 zirk_add_bench(bench_textures SOURCES ${CMAKE_CURRENT_LIST_DIR}/bench_textures.cpp)
-find_package(OpenMP COMPONENTS CXX)
-if(OpenMP_CXX_FOUND)
-    target_link_libraries(bench_textures PRIVATE OpenMP::OpenMP_CXX)
-endif()

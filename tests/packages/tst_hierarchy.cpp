@@ -1,5 +1,8 @@
+#include "packages/CChildNameIndex.h"
 #include "packages/CPackageHierarchyNode.h"
 
+#include <QHash>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
 #include <memory>
@@ -49,6 +52,10 @@ private slots:
     void getPathOfNodes();
     void pendingDataOnNode();
     void wideDirectoryLookups();
+    void nameLookupsFollowLowerCase_data();
+    void nameLookupsFollowLowerCase();
+    void indexSurvivesRandomChanges();
+    void pathsThroughForeignNodes();
 };
 
 void TestHierarchy::countersFollowAddAndRemove()
@@ -406,6 +413,124 @@ void TestHierarchy::wideDirectoryLookups()
     delete dir->getNodeByString("file100.txt");
     QVERIFY(!dir->getNodeByString("File100.txt"));
     QCOMPARE(root->getSubLeafCount(), count - 1);
+}
+
+void TestHierarchy::nameLookupsFollowLowerCase_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<QString>("asked");
+    QTest::addColumn<bool>("found");
+    QTest::newRow("ascii") << "Wall.VTF"
+                           << "wall.vtf" << true;
+    QTest::newRow("latin-1 letters")
+        << QStringLiteral("\u00C9T\u00C9.txt") << QStringLiteral("\u00E9t\u00E9.TXT") << true;
+    QTest::newRow("sharp s stays") << QStringLiteral("stra\u00DFe") << "STRASSE" << false;
+    QTest::newRow("micro sign is lower already")
+        << QStringLiteral("\u00B5") << QStringLiteral("\u039C") << false;
+    // Outside Latin-1 the whole string is lowered: the Kelvin sign lowers to "k".
+    QTest::newRow("kelvin sign") << QStringLiteral("\u212A.txt") << "k.txt" << true;
+    QTest::newRow("greek") << QStringLiteral("\u03A3\u03A3") << QStringLiteral("\u03C3\u03C3")
+                           << true;
+    QTest::newRow("other length") << "ab"
+                                  << "abc" << false;
+}
+
+void TestHierarchy::nameLookupsFollowLowerCase()
+{
+    QFETCH(QString, stored);
+    QFETCH(QString, asked);
+    QFETCH(bool, found);
+    QCOMPARE(stored.toLower() == asked.toLower(), found);
+    QCOMPARE(CChildNameIndex::foldedEquals(stored, asked), found);
+    if (found)
+        QCOMPARE(CChildNameIndex::foldedHash(stored), CChildNameIndex::foldedHash(asked));
+    std::unique_ptr<CPackageHierarchyNode> root(branch("root"));
+    QVERIFY(root->addNode(leaf(stored)));
+    QCOMPARE(root->getNodeByString(asked) != nullptr, found);
+    QCOMPARE(root->addNode(leaf(asked)), !found);
+}
+
+void TestHierarchy::indexSurvivesRandomChanges()
+{
+    // Adds, renames, removals and deletions, each checked against lower-cased
+    // names kept beside the tree.
+    QRandomGenerator random(1905);
+    std::unique_ptr<CPackageHierarchyNode> root(branch("root"));
+    QHash<QString, CPackageHierarchyNode *> expected;
+    std::vector<std::unique_ptr<CPackageHierarchyNode>> detached;
+    const QStringList alphabet {
+        "a", "B", "c", QStringLiteral("\u00E9"), QStringLiteral("\u00C9"), QStringLiteral("\u212A"),
+        "k"
+    };
+    auto randomName = [&]() {
+        QString name;
+        const int length = 1 + int(random.bounded(3));
+        for (int i = 0; i < length; ++i)
+            name += alphabet.at(int(random.bounded(alphabet.size())));
+        return name;
+    };
+    for (int step = 0; step < 3000; ++step) {
+        const QString name = randomName();
+        CPackageHierarchyNode *child = root->getNodeByString(name);
+        QCOMPARE(child, expected.value(name.toLower(), nullptr));
+        switch (random.bounded(4)) {
+        case 0:
+        case 1: {
+            CPackageHierarchyNode *fresh = leaf(name);
+            const bool added = root->addNode(fresh);
+            QCOMPARE(added, !child);
+            if (added)
+                expected.insert(name.toLower(), fresh);
+            else
+                delete fresh;
+            break;
+        }
+        case 2:
+            if (child) {
+                const QString renamed = randomName();
+                const bool free = !expected.contains(renamed.toLower())
+                    || expected.value(renamed.toLower()) == child;
+                QCOMPARE(child->setName(renamed), free);
+                if (free) {
+                    expected.remove(name.toLower());
+                    expected.insert(renamed.toLower(), child);
+                }
+            }
+            break;
+        default:
+            if (child) {
+                expected.remove(name.toLower());
+                if (random.bounded(2)) {
+                    delete child;
+                } else {
+                    root->removeNode(child);
+                    detached.emplace_back(child);
+                }
+            }
+            break;
+        }
+    }
+    QCOMPARE(qsizetype(root->getChildCount()), expected.size());
+    for (auto it = expected.begin(); it != expected.end(); ++it)
+        QCOMPARE(root->getNodeByString(it.key().toUpper()), it.value());
+}
+
+void TestHierarchy::pathsThroughForeignNodes()
+{
+    // A package node below a plain node: the plain node adds an empty name,
+    // as it always has.
+    CHierarchyNode top;
+    top.makeNode();
+    auto *middle = new CHierarchyNode();
+    middle->makeNode();
+    QVERIFY(top.addNode(middle));
+    auto *named = branch("named");
+    QVERIFY(middle->addNode(named));
+    CPackageHierarchyNode *file = leaf("file.txt");
+    QVERIFY(named->addNode(file));
+    QCOMPARE(file->getPath(true), QStringLiteral("/named/file.txt"));
+    QCOMPARE(file->getPath(false), QStringLiteral("/named"));
+    QVERIFY(!named->getParent());
 }
 
 QTEST_GUILESS_MAIN(TestHierarchy)

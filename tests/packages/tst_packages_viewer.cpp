@@ -8,6 +8,7 @@
 #include "packages/VPackage.h"
 #include "packages/VPackagePropertiesDialog.h"
 #include "packages/VPackageTableWidget.h"
+#include "packages/VPackageTableWidgetItem.h"
 #include "packages/VPackageTreeWidgetItem.h"
 #include "util/QProgressDialogger.h"
 #include "util/QSearchDialog.h"
@@ -244,6 +245,47 @@ private slots:
         viewer.fileOpen(vpkPath);
         QCOMPARE(viewer.getPathLine()->text(), QStringLiteral(".../materials/brick"));
         QCOMPARE(tree->topLevelItemCount(), 1);
+    }
+
+    // The rows of a folder's files are made when the folder is first shown;
+    // until then the folder says what it holds, opens, and is searched.
+    void folderRowsComeWhenShown()
+    {
+        VpkBuilder builder;
+        // Records come by extension: the folder "mix" gets a.txt, then "sub",
+        // then b.vmt.
+        builder.add(QStringLiteral("mix/a.txt"), "a");
+        builder.add(QStringLiteral("mix/sub/c.txt"), "c");
+        builder.add(QStringLiteral("mix/b.vmt"), "b");
+        const QString path = temp.filePath(QStringLiteral("mixed_dir.vpk"));
+        QVERIFY(fixtures::writeFile(path, builder.build()));
+        VPackage viewer(path);
+        viewer.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
+        QTreeWidget *tree = viewer.getTreeWidget();
+        QCOMPARE(viewer.getTableWidget()->item(0, 1)->text(), QStringLiteral("3 Item(s)"));
+
+        QTreeWidgetItem *mix = findItem(viewer, QStringLiteral("mix"));
+        QTreeWidgetItem *sub = findItem(viewer, QStringLiteral("mix/sub"));
+        QVERIFY(mix && sub);
+        QCOMPARE(mix->childIndicatorPolicy(), QTreeWidgetItem::ShowIndicator);
+        tree->expandItem(sub);
+        QCOMPARE(sub->childCount(), 1);
+        tree->expandItem(mix);
+        QStringList rows;
+        for (int i = 0; i < mix->childCount(); ++i)
+            rows << mix->child(i)->text(0);
+        QCOMPARE(rows, QStringList({ "a.txt", "sub", "b.vmt" }));
+        QCOMPARE(mix->child(1), sub);
+        QVERIFY(sub->isExpanded());
+
+        // Searched before being shown, a folder gives its files in tree order.
+        VPackage fresh(path);
+        search(fresh, QStringLiteral("."), 0, false);
+        QCOMPARE(tableNames(fresh), QStringList({ "a.txt", "c.txt", "b.vmt" }));
+        auto *found = dynamic_cast<VPackageTableWidgetItem *>(fresh.getTableWidget()->item(1, 0));
+        QVERIFY(found && found->treeItem);
+        QCOMPARE(found->treeItem->parent(), findItem(fresh, QStringLiteral("mix/sub")));
     }
 
     void historyMovesBackForwardAndUp()

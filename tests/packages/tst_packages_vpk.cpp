@@ -8,6 +8,7 @@
 
 #include <QBuffer>
 #include <QDir>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 
 using fixtures::VpkBuilder;
@@ -62,6 +63,23 @@ private:
                 it.value());
         }
         return path;
+    }
+
+    // Names, kinds, entry numbers and child order of a whole tree, with the
+    // lookups by name of every child.
+    static QString describe(const CPackageHierarchyNode *node)
+    {
+        QString out = node->getName();
+        if (node->isLeaf())
+            return out + QLatin1Char('=') + QString::number(node->index);
+        out += QLatin1Char('{');
+        for (unsigned int c = 0; c < node->getChildCount(); ++c) {
+            const CPackageHierarchyNode *child = node->getNodeByIndex(c);
+            if (node->getNodeByString(child->getName().toUpper()) != child)
+                out += QLatin1String("<lookup fails>");
+            out += describe(child) + QLatin1Char(',');
+        }
+        return out + QLatin1Char('}');
     }
 
     static QByteArray read(const CDelegateVPK &vpk, const QString &path)
@@ -181,6 +199,61 @@ private slots:
         QVERIFY(!vpk.openPackage(path, true));
         QCOMPARE(vpk.getLastError(), QStringLiteral("File Error: Malformed directory structure"));
         QVERIFY(!vpk.getRootDirectoryNode());
+    }
+
+    // The tree is built by a fast path (files straight into their directory,
+    // names checked at the end); it must come out exactly as the plain rule
+    // makes it: each record's path and name split and walked in order.
+    void treeMatchesRecordByRecordBuild()
+    {
+        const QStringList directories { "a", "A", "a/b", "a\\b", "a/B", " ", "x/y", "a/f" };
+        const QStringList bases { "f", "F", "g", "b", "x", "s/t", "h" };
+        const QStringList extensions { "txt", "TXT", "c", "b.c", "d/e" };
+        QRandomGenerator random(77);
+        int opened = 0, refused = 0;
+        for (int round = 0; round < 400; ++round) {
+            VpkBuilder builder;
+            const int files = 1 + int(random.bounded(7));
+            for (int f = 0; f < files; ++f)
+                builder.addRaw(extensions.at(int(random.bounded(extensions.size()))),
+                               directories.at(int(random.bounded(directories.size()))),
+                               bases.at(int(random.bounded(bases.size()))), "x");
+            const QString path = write(builder, QStringLiteral("random.vpk"));
+
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            CVPKDirectory directory;
+            QString error;
+            QVERIFY(directory.read(file, error));
+            CPackageHierarchyNode expected(QStringLiteral("root"));
+            expected.makeNode();
+            bool ok = true;
+            for (int i = 0; ok && i < directory.entries.size(); ++i) {
+                QString full = directory.entryPath(i);
+                if (!full.isEmpty())
+                    full += QLatin1Char('/');
+                full += directory.entryName(i);
+                CPackageHierarchyNode *leaf
+                    = expected.getNewNodeByPath(IPackageDelegate::splitPackagePath(full), true);
+                ok = leaf && leaf->index == -1;
+                if (ok)
+                    leaf->index = i;
+            }
+
+            CDelegateVPK vpk;
+            QCOMPARE(vpk.openPackage(path, true), ok);
+            if (!ok) {
+                ++refused;
+                continue;
+            }
+            ++opened;
+            QCOMPARE(describe(vpk.getRootDirectoryNode()), describe(&expected));
+            for (int i = 0; i < vpk.getNodeCount(); ++i)
+                QCOMPARE(vpk.getNodeByIndex(unsigned(i))->index, i);
+            QCOMPARE(vpk.getRootDirectoryNode()->getSubLeafCount(), expected.getSubLeafCount());
+            QCOMPARE(vpk.getRootDirectoryNode()->getSubNodeCount(), expected.getSubNodeCount());
+        }
+        QVERIFY(opened > 20 && refused > 20);
     }
 
     void hostileDirectoriesFailInOrder_data()

@@ -3,3 +3,4 @@ zirk_add_test(tst_textures_samples SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_texture
 zirk_add_test(tst_textures_container SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_textures_container.cpp)
 zirk_add_test(tst_textures_operations SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_textures_operations.cpp)
 zirk_add_test(tst_textures_resampler SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_textures_resampler.cpp)
+zirk_add_test(tst_textures_blockcoding SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_textures_blockcoding.cpp)

@@ -2,6 +2,7 @@
 
 #include "textures/VTF.h"
 #include "textures/VTFBlockCoder.h"
+#include "textures/VTFMagick.h"
 
 #include <QImage>
 

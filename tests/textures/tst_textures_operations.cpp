@@ -1,6 +1,7 @@
 #include "ZirkTest.h"
 
 #include "textures/CFileVTF.h"
+#include "textures/VTFMagick.h"
 
 #include <memory>
 
