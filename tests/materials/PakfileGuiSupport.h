@@ -7,6 +7,7 @@
 #include "util/QProgressDialogger.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QFileDialog>
 #include <QInputDialog>
@@ -85,6 +86,16 @@ inline Answer pressInBox(QMessageBox::StandardButton button, QString *text = nul
     };
 }
 
+// The shared file dialog keeps its selection between uses, and a selected row wins over the
+// typed name: an entry left selected from the last use (a folder, say) would take the accept.
+inline void clearFileDialogSelection(QFileDialog *dialog)
+{
+    for (QAbstractItemView *view : dialog->findChildren<QAbstractItemView *>()) {
+        if (view->selectionModel())
+            view->selectionModel()->clearSelection();
+    }
+}
+
 inline Answer chooseFile(const QString &path, QString *title = nullptr)
 {
     return [=](QWidget *widget) {
@@ -93,10 +104,12 @@ inline Answer chooseFile(const QString &path, QString *title = nullptr)
         if (title)
             *title = dialog->windowTitle();
         dialog->setDirectory(QFileInfo(path).path());
+        clearFileDialogSelection(dialog);
         auto *edit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
         QVERIFY(edit);
         edit->setText(QFileInfo(path).fileName());
         static_cast<QDialog *>(dialog)->accept();
+        QVERIFY2(!dialog->isVisible(), qPrintable(dialog->selectedFiles().join(", ")));
     };
 }
 
@@ -108,6 +121,7 @@ inline Answer chooseDirectory(const QString &path, QString *title = nullptr)
         if (title)
             *title = dialog->windowTitle();
         dialog->setDirectory(path);
+        clearFileDialogSelection(dialog);
         static_cast<QDialog *>(dialog)->accept();
     };
 }
