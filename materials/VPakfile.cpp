@@ -224,12 +224,15 @@ void VPakfile::fillPakfileTable()
     fitColumns(pakfileTable);
 }
 
-void VPakfile::fitColumns(QTableWidget *table)
+void VPakfile::fitColumns(QTableWidget *table, bool widenOnly)
 {
-    // Names and paths as wide as they need, within reason; the type takes the rest.
+    // Names and paths as wide as they need, within reason; the type takes the rest. Rows
+    // added later only widen, so that a column the user dragged wider stays so.
     for (int column = 0; column < 2; ++column) {
+        const int before = table->columnWidth(column);
         table->resizeColumnToContents(column);
-        table->setColumnWidth(column, qBound(120, table->columnWidth(column) + 8, 420));
+        const int wanted = qBound(120, table->columnWidth(column) + 8, 420);
+        table->setColumnWidth(column, widenOnly ? qMax(wanted, before) : wanted);
     }
 }
 

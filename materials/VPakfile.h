@@ -72,7 +72,7 @@ private:
     QPushButton *makeButton(const QString &text, const char *objectName, const char *icon);
     void setFilePageEnabled(bool enabled);
     void fillPakfileTable();
-    static void fitColumns(QTableWidget *table);
+    static void fitColumns(QTableWidget *table, bool widenOnly = false);
     void sortTable(QTableWidget *table, int column, int &lastColumn, Qt::SortOrder &order);
     QList<VPakfileTableWidgetItem *> selectedPakfileItems() const;
     QProgressDialogger *startProgress(const QString &label, int maximum);

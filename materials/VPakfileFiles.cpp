@@ -177,8 +177,10 @@ void VPakfile::addFiles(const QStringList &files)
         pakfileTable->setRowCount(row + 1);
         makeTableItemsForNode(node, row);
     }
-    if (!result.added.isEmpty())
+    if (!result.added.isEmpty()) {
         pakfileTable->scrollToItem(pakfileTable->item(pakfileTable->rowCount() - 1, 0));
+        fitColumns(pakfileTable, true);
+    }
     if (!dialog)
         return;
     for (const QString &line : result.log)

@@ -326,6 +326,8 @@ void VPakfile::pakScanApply()
     }
     finishProgress(dialog);
     pakScanCancel();
+    if (!result.added.isEmpty())
+        fitColumns(pakfileTable, true);
 }
 
 void VPakfile::pakScanCancel()

@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # Screenshots of the pakfile lump editor on a copy of a real sample map, with files deleted,
 # replaced and added, and of its scan page after a scan against a content folder made for the
-# map, each under a virtual X server: tools/pakfile_screenshots.sh [OUTDIR] [MAP.bsp]
+# map, and of the model data window on a sample model, each under a virtual X server:
+# tools/pakfile_screenshots.sh [OUTDIR] [MAP.bsp] [MODEL.mdl]
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 outdir="$(realpath -m "${1:-$PWD/screenshots}")"
 map="${2:-$root/../shared/samples/bsp/portalelc_servers.bsp}"
+model="${3:-$root/../shared/samples/mdl/gmod8_goldbar.mdl}"
 need=()
 command -v xvfb-run >/dev/null || need+=(xvfb xauth)
 command -v import >/dev/null || need+=(imagemagick)
@@ -24,3 +26,4 @@ cp "$root/resources/noitazilait.ini" "$work/"
 cd "$work"
 xvfb-run -a -s "-screen 0 1280x960x24" "$shots" editor "$(realpath "$map")" "$outdir/pakfile_editor.png"
 xvfb-run -a -s "-screen 0 1280x960x24" "$shots" scan "$(realpath "$map")" "$outdir/pakfile_scan.png"
+xvfb-run -a -s "-screen 0 1280x960x24" "$shots" model "$(realpath "$model")" "$outdir/model_data.png"

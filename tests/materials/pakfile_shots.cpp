@@ -3,6 +3,7 @@
 // photographs the screen with ImageMagick's import:
 //   pakfile_shots editor MAP.bsp OUT.png
 //   pakfile_shots scan MAP.bsp OUT.png
+//   pakfile_shots model MODEL.mdl|MODEL.phy OUT.png (the model data window)
 // Meant to run under a virtual X server (tools/pakfile_screenshots.sh).
 
 #include "ModelFixtures.h"
@@ -67,13 +68,31 @@ int main(int argc, char **argv)
     qInitResources_ZIRK();
     const QStringList args = app.arguments();
     if (args.size() < 4) {
-        std::fprintf(stderr, "usage: pakfile_shots editor|scan MAP.bsp OUT.png\n");
+        std::fprintf(stderr,
+                     "usage: pakfile_shots editor|scan MAP.bsp OUT.png\n"
+                     "       pakfile_shots model MODEL.mdl OUT.png\n");
         return 2;
     }
     ZIRK *zirk = ZIRK::get(argc, argv);
     zirk->setGeometry(0, 0, 1280, 960);
     zirk->show();
     const QString out = args[3];
+    int status = 0;
+    const auto photograph = [&] {
+        QTimer::singleShot(3000, &app, [&] {
+            status = QProcess::execute(QStringLiteral("import"),
+                                       { QStringLiteral("-window"), QStringLiteral("root"), out });
+            app.exit();
+        });
+        app.exec();
+        std::fprintf(stdout, "%s: %s\n", qPrintable(out), status == 0 ? "saved" : "import failed");
+        return status == 0 ? 0 : 1;
+    };
+    if (args[1] == QLatin1String("model")) {
+        zirk->showVMDL(args[2]);
+        return photograph();
+    }
+
     QTemporaryDir work;
     const QString map = work.filePath(QFileInfo(args[2]).fileName());
     QFile::copy(args[2], map);
@@ -126,13 +145,5 @@ int main(int argc, char **argv)
         });
     }
 
-    int status = 0;
-    QTimer::singleShot(3000, &app, [&] {
-        status = QProcess::execute(QStringLiteral("import"),
-                                   { QStringLiteral("-window"), QStringLiteral("root"), out });
-        app.exit();
-    });
-    app.exec();
-    std::fprintf(stdout, "%s: %s\n", qPrintable(out), status == 0 ? "saved" : "import failed");
-    return status == 0 ? 0 : 1;
+    return photograph();
 }
