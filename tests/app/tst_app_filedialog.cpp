@@ -294,8 +294,9 @@ private Q_SLOTS:
             focusNameEdit(dialog);
             QLineEdit *edit = nameEdit(dialog);
             // A partial name brings up the completion list.
+            // The folder is listed on another thread; a busy machine can take seconds.
             QTest::keyClicks(edit, QStringLiteral("map_"));
-            QTRY_VERIFY(edit->completer()->popup()->isVisible());
+            QTRY_VERIFY_WITH_TIMEOUT(edit->completer()->popup()->isVisible(), 30000);
             QTest::keyClicks(edit, QStringLiteral("one.bsp"));
             QTest::keyClick(edit, Qt::Key_Return);
             if (dialog->isVisible())
